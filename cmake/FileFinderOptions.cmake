@@ -1,0 +1,16 @@
+# Compiler flags shared by every target of the project.
+add_compile_options(-Wall -Wextra)
+# Sizes of files over 2 GiB and 64-bit inode numbers must come out right on i386 too.
+add_compile_definitions(_FILE_OFFSET_BITS=64)
+
+find_program(FF_CCACHE ccache)
+if(FF_CCACHE)
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${FF_CCACHE}")
+  set(CMAKE_C_COMPILER_LAUNCHER "${FF_CCACHE}")
+endif()
+
+if(FF_SANITIZE)
+  string(REPLACE ";" "," _ff_sanitizers "${FF_SANITIZE}")
+  add_compile_options(-fsanitize=${_ff_sanitizers} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${_ff_sanitizers})
+endif()

@@ -1,0 +1,68 @@
+// File: ff_utils.h
+//
+// Path and file helpers of namespace FF_2_13::utils: take names apart, bring them into
+// one comparable (canonical) form, and ask the file system simple questions. Text-only
+// helpers touch no file; file-system queries never throw for a file-system failure,
+// they answer no. Names are byte strings; nothing is converted to or from a locale.
+//
+//   utils::getCanonicalName("/usr/lib/../lib64/", false)   // "/usr/lib64"
+//   utils::getCanonicalName("C:\\dir\\file.pdb", false)    // "C:/dir/file.pdb"
+//   utils::compareCanonicalFileNames("ab", "abc")           // -1
+//
+// Unless a function says otherwise, a null argument is not allowed: building the
+// std::string from it throws std::logic_error.
+#pragma once
+
+#include <string>
+
+#include "ff_export.h"
+
+namespace FF_2_13 {
+namespace utils {
+
+/// `base` joined with `sub`: a '/' goes between them only when `base` is not empty, does
+/// not end with '/' and `sub` does not begin with one. No normalisation.
+/// ("/a", "b") -> "/a/b"; ("/a/", "b") -> "/a/b"; ("", "b") -> "b"; ("/a", "") -> "/a".
+FF_EXPORT std::string addSubPart(const char* base, const char* sub);
+
+/// Canonical form of a file or directory name, lexically only (no link is resolved and a
+/// relative name stays relative): "\\srv\x" and "C:\x" style names get forward slashes,
+/// a trailing separator or "." goes, repeated separators collapse, "x/.." pairs go.
+/// A null name gives "". `flag` has no visible effect: the result is the same either way.
+FF_EXPORT std::string getCanonicalName(const char* name, bool flag);
+
+/// Byte-wise, case-sensitive comparison of two canonical names: -1, 0 or 1.
+FF_EXPORT int compareCanonicalFileNames(const char* a, const char* b);
+
+/// The last element: "/usr/lib/libc.so.6" -> "libc.so.6"; "/usr/lib/" -> "."; "/" -> "/".
+FF_EXPORT std::string getFileNameOnly(const char* name);
+/// Everything before the last element: "/usr/lib/libc.so.6" -> "/usr/lib"; "libc.so" -> "".
+FF_EXPORT std::string getFileNamePath(const char* name);
+/// The last element without its extension: "a.tar.gz" -> "a.tar"; ".debug" -> "".
+FF_EXPORT std::string getFileNameBase(const char* name);
+/// The extension of the last element, dot included: "a.tar.gz" -> ".gz"; ".debug" -> ".debug".
+FF_EXPORT std::string getFileNameExtension(const char* name);
+/// Parent path joined with the stem, then `ext` appended as raw text (no dot added):
+/// ("/a/b.so", ".debug") -> "/a/b.debug"; ("/a/b/", ".x") -> "/a/b/..x".
+FF_EXPORT std::string changeFileNameExtension(const char* name, const char* ext);
+
+/// True when the name begins with '/'. No backslash conversion.
+FF_EXPORT bool isAbsolutePath(const char* name);
+/// True when the name is a directory (following symbolic links).
+FF_EXPORT bool isDirectory(const char* name);
+/// True only for an existing regular file (following symbolic links).
+FF_EXPORT bool fileExists(const char* name);
+/// Removes one file or empty directory; true when something was removed.
+FF_EXPORT bool removeFile(const char* name);
+/// Creates one directory (not its parents) at the canonical form of `name`; true when it
+/// was created, false when it existed, when `name` is null or empty, or on any error.
+FF_EXPORT bool createDir(const char* name);
+/// A copy with every byte through the C library's toupper; null gives "".
+FF_EXPORT std::string toUpper(const char* s);
+/// Login name of the process's user, else the effective user's name, else "unknown_user".
+FF_EXPORT std::string getUserId();
+/// True when `s` is null or "".
+FF_EXPORT bool isStringEmpty(const char* s);
+
+}  // namespace utils
+}  // namespace FF_2_13

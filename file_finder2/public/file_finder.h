@@ -1,0 +1,15 @@
+// File: file_finder.h
+//
+// The whole public interface of file_finder2 in one include. A client writes
+//
+//   #include <file_finder.h>
+//
+// and links FileFinder2::file_finder2 (CMake) or `pkg-config --libs file_finder2`.
+// Everything lives in namespace FF_2_13: file finder, interface version 2.13.
+#pragma once
+
+#include "ff_export.h"
+#include "ff_object.h"
+#include "ff_lock.h"
+#include "ff_events.h"
+#include "ff_utils.h"

@@ -1,0 +1,66 @@
+// Logging of the library: one log4cplus logger, "FILE_FINDER", silent unless the host
+// configures log4cplus. Every helper asks first whether the level is enabled, so a
+// disabled line costs one check and builds no text.
+//
+// Each source file names itself once, as its log source (not __FILE__, which changes
+// with the build directory):
+//
+//   namespace { constexpr char kLogSource[] = "file_finder2/src/ff_search"; }
+//   FF_TRACE_SCOPE(kLogSource, "ObjectPtr<IValidFile> FileSearch::findBinFile(...)");
+//   FF_LOG_INFO(kLogSource, "Searching bin file:" << name);
+//   FF_LOG_ERROR(kLogSource, "Empty directory name.");   // + ", at file: <source>:<line>"
+#pragma once
+
+#include <log4cplus/logger.h>
+
+#include <sstream>
+#include <string>
+
+namespace FF_2_13 {
+namespace logging {
+
+/// The logger "FILE_FINDER", taken once when the library is loaded.
+log4cplus::Logger& logger();
+
+/// Writes "ENTER: " + signature when built and "EXIT: " + signature when destroyed, at
+/// trace level, when that level is enabled.
+class TraceScope {
+public:
+    TraceScope(const char* source, int line, const char* signature);
+    ~TraceScope();
+    TraceScope(const TraceScope&) = delete;
+    TraceScope& operator=(const TraceScope&) = delete;
+
+private:
+    const char* m_source;
+    int m_line;
+    const char* m_signature;
+};
+
+/// The error form of the library: text, ", at file: ", source, ":", line.
+std::string errorText(const std::string& text, const char* source, int line);
+
+}  // namespace logging
+}  // namespace FF_2_13
+
+#define FF_LOG_AT_LEVEL_(level, source, line, expr)                                 \
+    do {                                                                            \
+        log4cplus::Logger& ffLogger_ = ::FF_2_13::logging::logger();                \
+        if (ffLogger_.isEnabledFor(level)) {                                        \
+            std::ostringstream ffText_;                                             \
+            ffText_ << expr;                                                        \
+            ffLogger_.forcedLog(level, ffText_.str(), source, line);                \
+        }                                                                           \
+    } while (0)
+
+#define FF_TRACE_SCOPE(source, signature) \
+    ::FF_2_13::logging::TraceScope ffTraceScope_(source, __LINE__, signature)
+
+#define FF_LOG_INFO(source, expr) FF_LOG_AT_LEVEL_(log4cplus::INFO_LOG_LEVEL, source, __LINE__, expr)
+
+/// Error lines carry their own location: "<text>, at file: <source>:<line>".
+#define FF_LOG_ERROR_AT(source, line, expr)                                                  \
+    FF_LOG_AT_LEVEL_(log4cplus::ERROR_LOG_LEVEL, source, line,                               \
+                     expr << ", at file: " << source << ":" << line)
+
+#define FF_LOG_ERROR(source, expr) FF_LOG_ERROR_AT(source, __LINE__, expr)

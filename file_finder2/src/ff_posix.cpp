@@ -1,0 +1,70 @@
+// Operating-system calls of the library.
+#include "ff_posix.h"
+
+#include <pwd.h>
+#include <sys/stat.h>
+#include <sys/utsname.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <vector>
+
+namespace FF_2_13 {
+namespace posix {
+
+namespace {
+constexpr useconds_t kSpinBackoffMicroseconds = 10000;
+std::atomic<BackoffHook> g_backoffHook{nullptr};
+}  // namespace
+
+bool statFile(const char* path, FileStatus& status) {
+    struct stat st;
+    if (!path || ::stat(path, &st) != 0) return false;
+    status.inode = st.st_ino;
+    status.device = st.st_dev;
+    status.modificationTime = static_cast<int64_t>(st.st_mtime);
+    status.size = static_cast<uint64_t>(st.st_size);
+    status.isDirectory = S_ISDIR(st.st_mode);
+    status.isRegular = S_ISREG(st.st_mode);
+    return true;
+}
+
+bool runningKernelRelease(std::string& release) {
+    struct utsname names;
+    if (::uname(&names) != 0) return false;
+    release = names.release;
+    return true;
+}
+
+bool loginName(std::string& name) {
+    // The re-entrant forms: the plain ones return static buffers that another thread
+    // may overwrite while we copy.
+    char login[256];
+    if (::getlogin_r(login, sizeof login) == 0 && login[0] != '\0') {
+        name = login;
+        return true;
+    }
+    long size = ::sysconf(_SC_GETPW_R_SIZE_MAX);
+    std::vector<char> buffer(size > 0 ? static_cast<size_t>(size) : 16384);
+    struct passwd entry;
+    struct passwd* found = nullptr;
+    if (::getpwuid_r(::geteuid(), &entry, buffer.data(), buffer.size(), &found) == 0 && found &&
+        found->pw_name && found->pw_name[0] != '\0') {
+        name = found->pw_name;
+        return true;
+    }
+    return false;
+}
+
+void spinBackoff() {
+    if (BackoffHook hook = g_backoffHook.load()) {
+        hook();
+        return;
+    }
+    ::usleep(kSpinBackoffMicroseconds);
+}
+
+void setSpinBackoffHook(BackoffHook hook) { g_backoffHook.store(hook); }
+
+}  // namespace posix
+}  // namespace FF_2_13

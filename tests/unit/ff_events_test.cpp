@@ -1,0 +1,165 @@
+// Weak holding of callbacks: holders forget a callback that dies, accessors keep it
+// alive for the length of a call.
+#include "ff_events.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+#include "ff_posix.h"
+
+using namespace FF_2_13;
+
+namespace {
+
+class IPing : public EventGenerator {
+public:
+    virtual int ping() = 0;
+};
+
+class Ping : public IPing {
+public:
+    int ping() override { return ++calls; }
+    int calls = 0;
+};
+
+// A callback whose destructor disconnects first, as callbacks destroyed during
+// searches must.
+class SafePing : public IPing {
+public:
+    ~SafePing() override { disconnectHolders(); }
+    int ping() override { return 1; }
+};
+
+class RecordingHandler : public IEventHandler {
+public:
+    void event(event_t e) override { received.push_back(e); }
+    std::vector<event_t> received;
+};
+
+}  // namespace
+
+TEST(CallbackHolder, EmptyHolderGivesNoCallback) {
+    CallbackHolder<IPing> holder;
+    CallbackAccessor<IPing> accessor(holder);
+    EXPECT_FALSE(accessor);
+    EXPECT_EQ(nullptr, holder.get());
+    EXPECT_FALSE(holder.lock());
+}
+
+TEST(CallbackHolder, ForgetsADestroyedCallbackAndKeepsItsLock) {
+    CallbackHolder<IPing> holder;
+    {
+        Ping ping;
+        holder = &ping;
+        CallbackAccessor<IPing> accessor(holder);
+        ASSERT_TRUE(accessor);
+        EXPECT_EQ(1, accessor->ping());
+    }
+    EXPECT_EQ(nullptr, holder.get());
+    EXPECT_TRUE(holder.lock());
+    CallbackAccessor<IPing> accessor(holder);
+    EXPECT_FALSE(accessor);
+}
+
+TEST(CallbackHolder, TwoHoldersOfOneCallbackAreBothNulled) {
+    CallbackHolder<IPing> a, b;
+    {
+        Ping ping;
+        a = &ping;
+        b = a;  // copy registers too
+        CallbackHolder<IPing> c(b);
+        EXPECT_EQ(&ping, c.get());
+    }
+    EXPECT_EQ(nullptr, a.get());
+    EXPECT_EQ(nullptr, b.get());
+}
+
+TEST(CallbackHolder, ReassignedHolderIgnoresTheDeathOfTheFirstCallback) {
+    Ping second;
+    CallbackHolder<IPing> holder;
+    {
+        Ping first;
+        holder = &first;
+        holder = &second;
+    }
+    EXPECT_EQ(&second, holder.get());
+}
+
+TEST(CallbackHolder, HolderOutlivedByCallbackUnregisters) {
+    Ping ping;
+    { CallbackHolder<IPing> holder(&ping); }
+    // The generator must not call the dead holder when the callback goes.
+}
+
+TEST(CallbackHolder, CopyOfADisconnectedHolderIsEmpty) {
+    CallbackHolder<IPing> holder;
+    {
+        Ping ping;
+        holder = &ping;
+    }
+    CallbackHolder<IPing> copy(holder);
+    EXPECT_EQ(nullptr, copy.get());
+}
+
+TEST(EventGeneratorImpl, RemovesOneRegistrationOfADuplicate) {
+    Ping owner;
+    ObjectPtr<IEventGeneratorImpl> impl = IEventGeneratorImpl::create(&owner);
+    RecordingHandler handler;
+    EXPECT_TRUE(impl->addHandler(&handler));
+    EXPECT_TRUE(impl->addHandler(&handler));
+    impl->removeHandler(&handler);
+    impl->event(evDisconnect);
+    EXPECT_EQ(1u, handler.received.size());
+    impl->removeHandler(&handler);
+    impl->removeHandler(&handler);  // not registered: nothing happens
+    impl->disconnectHandlers();
+    EXPECT_EQ(1u, handler.received.size());
+    EXPECT_FALSE(impl->addHandler(&handler));  // a disconnected generator refuses
+}
+
+namespace {
+std::mutex g_backoffMutex;
+std::condition_variable g_backoffChanged;
+int g_backoffs = 0;
+void countBackoff() {
+    {
+        std::lock_guard<std::mutex> guard(g_backoffMutex);
+        ++g_backoffs;
+    }
+    g_backoffChanged.notify_all();
+    std::this_thread::yield();
+}
+}  // namespace
+
+TEST(CallbackAccessor, DestroyingACallbackWaitsForTheAccessorInUse) {
+    posix::setSpinBackoffHook(countBackoff);
+    CallbackHolder<IPing> holder;
+    auto* ping = new SafePing;
+    holder = ping;
+    std::atomic<bool> destroyed{false};
+    int pingedBeforeDestruction = 0;
+    std::thread destroyer;
+    {
+        CallbackAccessor<IPing> accessor(holder);
+        ASSERT_TRUE(accessor);
+        destroyer = std::thread([&] {
+            delete ping;
+            destroyed = true;
+        });
+        {
+            // The destroyer backs off: it waits for this accessor.
+            std::unique_lock<std::mutex> guard(g_backoffMutex);
+            g_backoffChanged.wait(guard, [] { return g_backoffs > 0; });
+        }
+        EXPECT_FALSE(destroyed);
+        pingedBeforeDestruction = accessor->ping();
+    }
+    destroyer.join();
+    posix::setSpinBackoffHook(nullptr);
+    EXPECT_EQ(1, pingedBeforeDestruction);
+    EXPECT_EQ(nullptr, holder.get());
+}
