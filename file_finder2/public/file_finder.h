@@ -12,4 +12,8 @@
 #include "ff_object.h"
 #include "ff_lock.h"
 #include "ff_events.h"
+#include "ff_types.h"
 #include "ff_utils.h"
+#include "ff_validation.h"
+#include "ff_checksum.h"
+#include "ff_callbacks.h"
