@@ -29,9 +29,12 @@ FF_EXPORT std::string addSubPart(const char* base, const char* sub);
 /// relative name stays relative): "\\srv\x" and "C:\x" style names get forward slashes,
 /// a trailing separator or "." goes, repeated separators collapse, "x/.." pairs go.
 /// A null name gives "". `flag` has no visible effect: the result is the same either way.
+/// Only one trailing "." goes before normalising, and normalising keeps a last ".", so
+/// "x/./" gives "x/." while "x/." gives "x": names are compared, not tidied.
 FF_EXPORT std::string getCanonicalName(const char* name, bool flag);
 
-/// Byte-wise, case-sensitive comparison of two canonical names: -1, 0 or 1.
+/// Byte-wise (unsigned bytes), case-sensitive comparison of two canonical names: exactly
+/// -1, 0 or 1. A null name raises std::logic_error.
 FF_EXPORT int compareCanonicalFileNames(const char* a, const char* b);
 
 /// The last element: "/usr/lib/libc.so.6" -> "libc.so.6"; "/usr/lib/" -> "."; "/" -> "/".
@@ -50,9 +53,11 @@ FF_EXPORT std::string changeFileNameExtension(const char* name, const char* ext)
 FF_EXPORT bool isAbsolutePath(const char* name);
 /// True when the name is a directory (following symbolic links).
 FF_EXPORT bool isDirectory(const char* name);
-/// True only for an existing regular file (following symbolic links).
+/// True only for an existing regular file (following symbolic links); a directory, a
+/// null name or any failure gives false.
 FF_EXPORT bool fileExists(const char* name);
-/// Removes one file or empty directory; true when something was removed.
+/// Removes one file or empty directory; true when something was removed, false when
+/// nothing existed, for a null name, or on any error.
 FF_EXPORT bool removeFile(const char* name);
 /// Creates one directory (not its parents) at the canonical form of `name`; true when it
 /// was created, false when it existed, when `name` is null or empty, or on any error.

@@ -1,12 +1,15 @@
 // Operating-system calls of the library.
 #include "ff_posix.h"
 
+#include <dirent.h>
+#include <fcntl.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <sys/utsname.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <vector>
 
 namespace FF_2_13 {
@@ -17,15 +20,22 @@ constexpr useconds_t kSpinBackoffMicroseconds = 10000;
 std::atomic<BackoffHook> g_backoffHook{nullptr};
 }  // namespace
 
-bool statFile(const char* path, FileStatus& status) {
-    struct stat st;
-    if (!path || ::stat(path, &st) != 0) return false;
+namespace {
+void fillStatus(const struct stat& st, FileStatus& status) {
     status.inode = st.st_ino;
     status.device = st.st_dev;
     status.modificationTime = static_cast<int64_t>(st.st_mtime);
     status.size = static_cast<uint64_t>(st.st_size);
     status.isDirectory = S_ISDIR(st.st_mode);
     status.isRegular = S_ISREG(st.st_mode);
+    status.mode = st.st_mode;
+}
+}  // namespace
+
+bool statFile(const char* path, FileStatus& status) {
+    struct stat st;
+    if (!path || ::stat(path, &st) != 0) return false;
+    fillStatus(st, status);
     return true;
 }
 
@@ -65,6 +75,77 @@ void spinBackoff() {
 }
 
 void setSpinBackoffHook(BackoffHook hook) { g_backoffHook.store(hook); }
+
+namespace {
+// Large enough that an ordinary directory comes in one read (the C library's own size).
+constexpr size_t kListingBufferSize = 32 * 1024;
+
+EntryKind entryKind(unsigned char type) {
+    switch (type) {
+        case DT_DIR:
+            return EntryKind::directory;
+        case DT_LNK:
+            return EntryKind::symbolicLink;
+        case DT_UNKNOWN:
+            return EntryKind::unknown;
+        default:
+            return EntryKind::other;
+    }
+}
+}  // namespace
+
+DirectoryListing::~DirectoryListing() {
+    close();
+}
+
+int DirectoryListing::open(const char* path) {
+    close();
+    if (!m_buffer) m_buffer.reset(new char[kListingBufferSize]);
+    m_fd = ::open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    return m_fd < 0 ? errno : 0;
+}
+
+int DirectoryListing::status(FileStatus& status) const {
+    struct stat st;
+    if (::fstat(m_fd, &st) != 0) return errno;
+    fillStatus(st, status);
+    return 0;
+}
+
+bool DirectoryListing::next(Entry& entry, int& error) {
+    error = 0;
+    for (;;) {
+        if (m_offset >= m_filled) {
+            const ssize_t got = ::getdents64(m_fd, m_buffer.get(), kListingBufferSize);
+            if (got < 0) error = errno;
+            if (got <= 0) return false;
+            m_filled = static_cast<size_t>(got);
+            m_offset = 0;
+        }
+        const auto* record = reinterpret_cast<const struct dirent64*>(m_buffer.get() + m_offset);
+        m_offset += record->d_reclen;
+        const char* name = record->d_name;
+        if (record->d_ino == 0) continue;  // a deleted entry, as readdir skips them
+        if (name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'))) continue;
+        entry.name = name;
+        entry.kind = entryKind(record->d_type);
+        return true;
+    }
+}
+
+int DirectoryListing::entryStatus(const char* name, FileStatus& status) const {
+    struct stat st;
+    if (::fstatat(m_fd, name, &st, 0) != 0) return errno;
+    fillStatus(st, status);
+    return 0;
+}
+
+void DirectoryListing::close() noexcept {
+    if (m_fd >= 0) ::close(m_fd);
+    m_fd = -1;
+    m_filled = 0;
+    m_offset = 0;
+}
 
 }  // namespace posix
 }  // namespace FF_2_13

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 namespace FF_2_13 {
@@ -16,6 +17,7 @@ struct FileStatus {
     uint64_t size = 0;
     bool isDirectory = false;
     bool isRegular = false;
+    uint32_t mode = 0;  // st_mode: type and permission bits
 };
 
 /// stat() of `path`; false when it fails.
@@ -35,6 +37,45 @@ void spinBackoff();
 /// set it before the threads that use spin locks start.
 using BackoffHook = void (*)();
 void setSpinBackoffHook(BackoffHook hook);
+
+/// The type of a directory entry as the listing itself reports it, before any stat.
+enum class EntryKind { directory, symbolicLink, unknown, other };
+
+/// One directory listing read straight from the kernel (getdents64), so that every entry
+/// comes with its type and needs no stat of its own. The directory is opened with
+/// O_DIRECTORY: a name that is not a directory fails with ENOTDIR without being opened
+/// (a FIFO never blocks). One object lists one directory at a time and may be opened
+/// again after close(); the destructor closes what is still open. Errors are errno values.
+class DirectoryListing {
+  public:
+    struct Entry {
+        const char* name = nullptr;  // valid until the next call of next()
+        EntryKind kind = EntryKind::unknown;
+    };
+
+    DirectoryListing() noexcept = default;
+    ~DirectoryListing();
+    DirectoryListing(const DirectoryListing&) = delete;
+    DirectoryListing& operator=(const DirectoryListing&) = delete;
+
+    /// Opens `path`, following symbolic links (closing any listing still open): 0 or errno.
+    int open(const char* path);
+    /// Status of the open directory itself (fstat): 0 or errno.
+    int status(FileStatus& status) const;
+    /// The next entry other than "." and "..": true with `entry` set; false at the end
+    /// (`error` 0) or when reading failed (`error` set).
+    bool next(Entry& entry, int& error);
+    /// Status of entry `name` of the open directory, following symbolic links (fstatat
+    /// relative to the listing, no path walk from the root): 0 or errno.
+    int entryStatus(const char* name, FileStatus& status) const;
+    void close() noexcept;
+
+  private:
+    int m_fd = -1;
+    std::unique_ptr<char[]> m_buffer;  // kept between listings: one allocation per object
+    size_t m_filled = 0;
+    size_t m_offset = 0;
+};
 
 }  // namespace posix
 }  // namespace FF_2_13

@@ -4,6 +4,7 @@
 #include <boost/filesystem.hpp>
 #include <cctype>
 #include <cstring>
+#include <stdexcept>
 
 #include "ff_posix.h"
 
@@ -24,9 +25,15 @@ bool isForeignStyleName(const std::string& name) {
 }  // namespace
 
 std::string addSubPart(const char* base, const char* sub) {
-    fs::path joined{std::string(base)};
-    joined /= std::string(sub);
-    return joined.string();
+    // The append rule of version 3 paths, written out on the text: the directory walk
+    // joins every directory it enters this way, and a path object would cost two more
+    // allocations per join.
+    std::string joined(base);
+    const std::string tail(sub);
+    if (tail.empty()) return joined;
+    if (!joined.empty() && joined.back() != '/' && tail.front() != '/') joined.push_back('/');
+    joined += tail;
+    return joined;
 }
 
 std::string getCanonicalName(const char* name, bool flag) {
@@ -45,17 +52,23 @@ std::string getCanonicalName(const char* name, bool flag) {
 }
 
 int compareCanonicalFileNames(const char* a, const char* b) {
+    // A null name fails as it does everywhere else here, instead of inside strcmp.
+    if (!a || !b) throw std::logic_error("compareCanonicalFileNames: null name");
     const int result = std::strcmp(a, b);  // compares as unsigned char
     return result < 0 ? -1 : (result > 0 ? 1 : 0);
 }
 
-std::string getFileNameOnly(const char* name) { return fs::path(std::string(name)).filename().string(); }
+std::string getFileNameOnly(const char* name) {
+    return fs::path(std::string(name)).filename().string();
+}
 
 std::string getFileNamePath(const char* name) {
     return fs::path(std::string(name)).parent_path().string();
 }
 
-std::string getFileNameBase(const char* name) { return fs::path(std::string(name)).stem().string(); }
+std::string getFileNameBase(const char* name) {
+    return fs::path(std::string(name)).stem().string();
+}
 
 std::string getFileNameExtension(const char* name) {
     return fs::path(std::string(name)).extension().string();
@@ -68,27 +81,29 @@ std::string changeFileNameExtension(const char* name, const char* ext) {
     return result.string() + std::string(ext);
 }
 
-bool isAbsolutePath(const char* name) { return !fs::path(std::string(name)).root_directory().empty(); }
+bool isAbsolutePath(const char* name) {
+    return !fs::path(std::string(name)).root_directory().empty();
+}
 
 bool isDirectory(const char* name) {
-    try {
-        return fs::is_directory(fs::path(std::string(name)));
-    } catch (const fs::filesystem_error&) {
-        return false;  // an unreadable or vanished name is not a directory we can use
-    }
+    const fs::path path{std::string(name)};
+    boost::system::error_code error;  // an unreadable or vanished name is simply not one
+    return fs::is_directory(fs::status(path, error));
 }
 
 bool fileExists(const char* name) {
     try {
-        return fs::is_regular_file(fs::path(std::string(name)));
+        boost::system::error_code error;  // a failed status is an ordinary "no"
+        return fs::is_regular_file(fs::status(fs::path(std::string(name)), error));
     } catch (...) {
-        return false;
+        return false;  // even a null name or an allocation failure answers no here
     }
 }
 
 bool removeFile(const char* name) {
     try {
-        return fs::remove(fs::path(std::string(name)));
+        boost::system::error_code error;  // nothing removed, whatever the reason: "no"
+        return fs::remove(fs::path(std::string(name)), error) && !error;
     } catch (...) {
         return false;
     }
@@ -119,7 +134,9 @@ std::string getUserId() {
     return "unknown_user";
 }
 
-bool isStringEmpty(const char* s) { return !s || s[0] == '\0'; }
+bool isStringEmpty(const char* s) {
+    return !s || s[0] == '\0';
+}
 
 }  // namespace utils
 }  // namespace FF_2_13

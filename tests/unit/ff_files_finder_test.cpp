@@ -1,0 +1,258 @@
+// The directory finder: which candidates it offers, in which order, when it stops, and
+// what it raises, on trees built in a temporary directory.
+#include "ff_files_finder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <boost/filesystem.hpp>
+#include <cerrno>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "temp_dir.h"
+#include "unprivileged.h"
+
+using namespace FF_2_13;
+namespace fs = boost::filesystem;
+
+namespace {
+
+constexpr unsigned int kStep = 32;
+using Paths = std::vector<std::string>;
+
+// Records every offer; asks to stop when it is offered `stopAt`.
+class RecordingResults : public ISearchResultsContainer {
+  public:
+    bool validateAndAdd(const char* fileName, unsigned int searchStep) override {
+        offers.emplace_back(fileName);
+        steps.push_back(searchStep);
+        if (onOffer) onOffer();
+        return !stopAt.empty() && stopAt == fileName;
+    }
+
+    Paths offers;
+    std::vector<unsigned int> steps;
+    std::string stopAt;
+    std::function<void()> onOffer;
+};
+
+// Takes over the directories it is told to, records every call.
+class ScriptedCallback : public ISearchDirectoryFindCallback {
+  public:
+    bool find(const std::string& dir, bool recursive, const std::string& fileName,
+              ISearchResultsContainer&, bool& skip) override {
+        calls.push_back(dir + (recursive ? " recursive " : " flat ") + fileName);
+        skip = dir == skipDir;
+        return dir == stopDir;
+    }
+
+    std::string skipDir;
+    std::string stopDir;
+    Paths calls;
+};
+
+class FilesFinderTest : public ::testing::Test {
+  protected:
+    // The offers of one find() of `name` in the given directories.
+    Paths offersFor(const std::string& name, const std::vector<std::pair<std::string, bool>>& dirs,
+                    bool* found = nullptr) {
+        FilesFinder finder(kStep, nullptr);
+        for (const auto& dir : dirs) finder.addSearchDirectory(dir.first.c_str(), dir.second);
+        RecordingResults results;
+        bool result = finder.find(name.c_str(), results);
+        if (found) *found = result;
+        return results.offers;
+    }
+
+    // True when a recursive find in `dir` raises filesystem_error `error` for `path`
+    // (and, when given, `lastOffer` was the last candidate before it).
+    static bool raises(const std::string& dir, int error, const std::string& path,
+                       const std::string& lastOffer) {
+        FilesFinder finder(kStep, nullptr);
+        finder.addSearchDirectory(dir.c_str(), true);
+        RecordingResults results;
+        try {
+            finder.find("c.so", results);
+        } catch (const fs::filesystem_error& raised) {
+            return raised.code().value() == error && raised.path1() == path &&
+                   (lastOffer.empty() || results.offers.back() == lastOffer);
+        }
+        return false;
+    }
+
+    fftest::TempDir tree;
+};
+
+}  // namespace
+
+TEST_F(FilesFinderTest, WithoutDirectoriesOffersNothing) {
+    bool found = true;
+    EXPECT_TRUE(offersFor("c.so", {}, &found).empty());
+    EXPECT_FALSE(found);
+}
+
+TEST_F(FilesFinderTest, IterativeSearchDropsLeadingPartsOneAtATime) {
+    FilesFinder finder(kStep, nullptr);
+    finder.addSearchDirectory("/d", false);
+    RecordingResults results;
+    EXPECT_FALSE(finder.find("a/b/c.so", results));
+    EXPECT_EQ((Paths{"/d/a/b/c.so", "/d/b/c.so", "/d/c.so"}), results.offers);
+    EXPECT_EQ((std::vector<unsigned int>{kStep, kStep, kStep}), results.steps);
+}
+
+TEST_F(FilesFinderTest, AbsoluteNameOffersTheFullJoinTwice) {
+    EXPECT_EQ((Paths{"/d/usr/lib/x.so", "/d/usr/lib/x.so", "/d/lib/x.so", "/d/x.so"}),
+              offersFor("/usr/lib/x.so", {{"/d", false}}));
+    EXPECT_EQ((Paths{"/d/x.so"}), offersFor("x.so", {{"/d/", false}}));
+    EXPECT_TRUE(offersFor("", {{"/d", false}}).empty());
+}
+
+TEST_F(FilesFinderTest, RecursiveSearchFollowsTheIterativeOneWithTheBareName) {
+    std::string d = tree.makeDir("d/x/y");
+    d = tree / "d";
+    EXPECT_EQ((Paths{d + "/a/b/c.so", d + "/b/c.so", d + "/c.so", d + "/c.so", d + "/x/c.so",
+                     d + "/x/y/c.so"}),
+              offersFor("a/b/c.so", {{d, true}}));
+}
+
+TEST_F(FilesFinderTest, StopsAtTheFirstTrueAnswer) {
+    tree.makeDir("d/x/y");
+    std::string d = tree / "d";
+    FilesFinder finder(kStep, nullptr);
+    finder.addSearchDirectory(d.c_str(), true);
+    finder.addSearchDirectory("/later", false);
+    RecordingResults results;
+    results.stopAt = d + "/x/c.so";
+    EXPECT_TRUE(finder.find("c.so", results));
+    EXPECT_EQ((Paths{d + "/c.so", d + "/c.so", d + "/x/c.so"}), results.offers);
+}
+
+TEST_F(FilesFinderTest, CallbackMaySkipADirectoryOrEndTheSearch) {
+    tree.makeDir("d/x");
+    std::string d = tree / "d";
+    ScriptedCallback callback;
+    callback.skipDir = d;
+    callback.stopDir = "/stop";
+    FilesFinder finder(kStep, &callback);
+    finder.addSearchDirectory(d.c_str(), true);
+    finder.addSearchDirectory("/next", false);
+    finder.addSearchDirectory("/stop", true);
+    finder.addSearchDirectory("/never", false);
+    RecordingResults results;
+    EXPECT_TRUE(finder.find("a/c.so", results));
+    EXPECT_EQ((Paths{"/next/a/c.so", "/next/c.so"}), results.offers);
+    EXPECT_EQ((Paths{d + " recursive a/c.so", "/next flat a/c.so", "/stop recursive a/c.so"}),
+              callback.calls);
+}
+
+TEST_F(FilesFinderTest, SearchesAreCalledThroughTheObjectWithTheBareNameForRecursion) {
+    struct TracingFinder : FilesFinder {
+        TracingFinder() : FilesFinder(kStep, nullptr) {}
+        bool findIteratively(const std::string& dir, const std::string& name,
+                             ISearchResultsContainer&) override {
+            calls.push_back("iterative " + dir + " " + name);
+            return false;
+        }
+        bool findRecursively(const std::string& dir, const std::string& name,
+                             ISearchResultsContainer&) override {
+            calls.push_back("recursive " + dir + " " + name);
+            return false;
+        }
+        Paths calls;
+    } finder;
+    finder.addSearchDirectory("/a", true);
+    finder.addSearchDirectory("/b", false);
+    RecordingResults results;
+    EXPECT_FALSE(finder.find("x/y/c.so", results));
+    EXPECT_EQ((Paths{"iterative /a x/y/c.so", "recursive /a c.so", "iterative /b x/y/c.so"}),
+              finder.calls);
+}
+
+TEST_F(FilesFinderTest, LinkBackToAnAncestorIsNotEnteredAgain) {
+    tree.makeDir("d/x");
+    tree.makeSymlink("d/x/back", "..");
+    std::string d = tree / "d";
+    bool found = true;
+    EXPECT_EQ((Paths{d + "/c.so", d + "/c.so", d + "/x/c.so"}),
+              offersFor("c.so", {{d, true}}, &found));
+    EXPECT_FALSE(found);
+}
+
+TEST_F(FilesFinderTest, SameDirectoryAddedTwiceIsScannedTwice) {
+    tree.makeDir("d/x");
+    std::string d = tree / "d";
+    const Paths once{d + "/c.so", d + "/c.so", d + "/x/c.so"};
+    Paths twice = once;
+    twice.insert(twice.end(), once.begin(), once.end());
+    EXPECT_EQ(twice, offersFor("c.so", {{d, true}, {d, true}}));
+}
+
+TEST_F(FilesFinderTest, RegularFileAsRecursiveDirectoryOffersOneJoinedCandidate) {
+    std::string file = tree.makeFile("f");
+    bool found = true;
+    EXPECT_EQ((Paths{file + "/a/c.so", file + "/c.so", file + "/c.so"}),
+              offersFor("a/c.so", {{file, true}}, &found));
+    EXPECT_FALSE(found);
+    // A directory that does not exist costs only its iterative candidates.
+    EXPECT_EQ((Paths{tree / "missing/c.so"}), offersFor("c.so", {{tree / "missing", true}}));
+}
+
+TEST_F(FilesFinderTest, FollowsLinksToDirectoriesAndSearchesHiddenOnes) {
+    tree.makeDir("elsewhere/sub");
+    tree.makeDir("d/.hidden");
+    tree.makeSymlink("d/link", "../elsewhere");
+    tree.makeSymlink("d/dangling", "../nowhere");
+    tree.makeFile("d/file");
+    std::string d = tree / "d";
+    Paths offers = offersFor("c.so", {{d, false}, {d + "/.hidden", false}, {d, true}});
+    // Listing order is the file system's: compare the recursive part as a set.
+    Paths recursive(offers.begin() + 3, offers.end());
+    std::sort(recursive.begin(), recursive.end());
+    EXPECT_EQ((Paths{d + "/.hidden/c.so", d + "/c.so", d + "/link/c.so", d + "/link/sub/c.so"}),
+              recursive);
+}
+
+TEST_F(FilesFinderTest, KeepsOneListingOpenAtATime) {
+    tree.makeDir("d/a/b/c/d/e/f");
+    tree.makeDir("d/a/b2/c2");
+    auto openDescriptors = [] {
+        size_t count = 0;
+        for (fs::directory_iterator it("/proc/self/fd"), end; it != end; ++it) ++count;
+        return count;
+    };
+    const size_t baseline = openDescriptors();
+    size_t most = 0;
+    FilesFinder finder(kStep, nullptr);
+    finder.addSearchDirectory((tree / "d").c_str(), true);
+    RecordingResults results;
+    results.onOffer = [&] { most = std::max(most, openDescriptors()); };
+    EXPECT_FALSE(finder.find("c.so", results));
+    EXPECT_EQ(10u, results.offers.size());
+    EXPECT_LE(most, baseline + 1);  // the listing of the directory being offered, no more
+    EXPECT_EQ(baseline, openDescriptors());
+}
+
+TEST_F(FilesFinderTest, UnreadableSubdirectoryRaisesAfterItsCandidate) {
+    std::string locked = tree.makeDir("d/locked");
+    tree.makeDir("d/locked/inner");
+    fftest::openToEveryone(tree.path());
+    fs::permissions(locked, fs::perms::owner_exe | fs::perms::group_exe | fs::perms::others_exe);
+    EXPECT_EQ(0, fftest::runUnprivileged(
+                     [&] { return raises(tree / "d", EACCES, locked, locked + "/c.so"); }));
+}
+
+TEST_F(FilesFinderTest, DirectoryReadableButNotEnterableRaises) {
+    std::string closed = tree.makeDir("d/closed");
+    tree.makeFile("d/closed/entry");
+    fftest::openToEveryone(tree.path());
+    fs::permissions(closed, fs::perms::owner_read | fs::perms::group_read | fs::perms::others_read);
+    EXPECT_EQ(0, fftest::runUnprivileged(
+                     [&] { return raises(tree / "d", EACCES, closed + "/entry", ""); }));
+}
+
+TEST_F(FilesFinderTest, LinkThatLoopsOnItselfRaisesWhenItsStatusIsTaken) {
+    std::string loop = tree.makeSymlink("d/loop", "loop");
+    EXPECT_TRUE(raises(tree / "d", ELOOP, loop, ""));
+}
