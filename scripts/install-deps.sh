@@ -13,7 +13,7 @@ packages=(
 for group in "$@"; do
   case "$group" in
     bench) packages+=(hyperfine gnuplot-nox strace time) ;;
-    i386) packages+=(debootstrap) ;;
+    i386) packages+=(debootstrap file) ;;
     valgrind) packages+=(valgrind) ;;
     *) echo "install-deps.sh: unknown group '$group'" >&2; exit 2 ;;
   esac

@@ -1,0 +1,108 @@
+// Files over 2 GiB and 64-bit inode numbers on 32-bit builds. The build asks for large-file
+// support, so stat's size and inode fields are 64 bits wide on i386 as on x86-64, and the
+// size check sees a file's true length rather than failing with EOVERFLOW or keeping only
+// the low 32 bits. The files here are sparse: they cost a few kilobytes of disk.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/types.h>
+#include <unistd.h>
+
+#include <boost/filesystem.hpp>
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "ff_posix.h"
+#include "temp_dir.h"
+
+#if !defined(_FILE_OFFSET_BITS) || _FILE_OFFSET_BITS != 64
+#error "the project builds with _FILE_OFFSET_BITS=64 (cmake/FileFinderOptions.cmake)"
+#endif
+static_assert(sizeof(off_t) == 8, "file sizes and offsets are 64-bit");
+static_assert(sizeof(ino_t) == 8, "inode numbers are 64-bit");
+static_assert(sizeof(FF_2_13::posix::FileStatus::size) == 8, "FileStatus::size is 64-bit");
+static_assert(sizeof(FF_2_13::posix::FileStatus::inode) == 8, "FileStatus::inode is 64-bit");
+
+using namespace FF_2_13;
+
+namespace {
+
+constexpr uint64_t kGiB = uint64_t(1) << 30;
+
+// Makes `path` a sparse file of `size` bytes whose last byte is written, so the length comes
+// from real data at the far end. Returns false (with `why` set) when the file system refuses
+// a file of that size or would have to allocate all of it.
+bool makeSparseFile(const std::string& path, uint64_t size, std::string& why) {
+    int fd = ::open(path.c_str(), O_CREAT | O_WRONLY | O_TRUNC, 0644);
+    if (fd < 0) {
+        why = std::string("open: ") + std::strerror(errno);
+        return false;
+    }
+    const char last = 'z';
+    bool written = ::pwrite(fd, &last, 1, static_cast<off_t>(size - 1)) == 1;
+    if (!written) why = std::string("pwrite past 2 GiB: ") + std::strerror(errno);
+    struct stat st;
+    if (written && ::fstat(fd, &st) == 0 && uint64_t(st.st_blocks) * 512 > 64 * 1024 * 1024) {
+        why = "the file system does not keep files sparse";
+        written = false;
+    }
+    ::close(fd);
+    if (!written) ::unlink(path.c_str());
+    return written;
+}
+
+class LargeFileTest : public ::testing::Test {
+  protected:
+    // Path of a new sparse file of `size` bytes under the test's directory, or empty with
+    // m_refused saying why the file system would not hold it.
+    std::string sparseFile(const std::string& name, uint64_t size) {
+        std::string path = m_dir / name;
+        return makeSparseFile(path, size, m_refused) ? path : std::string();
+    }
+
+    fftest::TempDir m_dir;
+    std::string m_refused;
+};
+
+}  // namespace
+
+// 2 GiB + 1 is negative as a signed 32-bit size; 4 GiB + 4097 keeps only 4097 in 32 bits.
+TEST_F(LargeFileTest, StatFileReportsSizesBeyondThirtyTwoBits) {
+    for (uint64_t size : {2 * kGiB + 1, 4 * kGiB + 4097}) {
+        std::string path = sparseFile("big-" + std::to_string(size), size);
+        if (path.empty()) GTEST_SKIP() << m_refused;
+
+        posix::FileStatus status;
+        ASSERT_TRUE(posix::statFile(path.c_str(), status)) << path;
+        EXPECT_EQ(status.size, size);
+        EXPECT_TRUE(status.isRegular);
+        EXPECT_FALSE(status.isDirectory);
+    }
+}
+
+TEST_F(LargeFileTest, BoostFileSizeAgreesWithStatFile) {
+    const uint64_t size = 3 * kGiB + 7;
+    std::string path = sparseFile("big", size);
+    if (path.empty()) GTEST_SKIP() << m_refused;
+
+    posix::FileStatus status;
+    ASSERT_TRUE(posix::statFile(path.c_str(), status));
+    boost::system::error_code error;
+    EXPECT_EQ(boost::filesystem::file_size(path, error), size);
+    EXPECT_FALSE(error) << error.message();
+    EXPECT_EQ(status.size, size);
+}
+
+// stat's 64-bit inode number reaches FileStatus whole, on i386 too.
+TEST_F(LargeFileTest, StatFileKeepsTheWholeInodeNumber) {
+    std::string path = m_dir.makeFile("small");
+    struct stat st;
+    ASSERT_EQ(::stat(path.c_str(), &st), 0);
+    posix::FileStatus status;
+    ASSERT_TRUE(posix::statFile(path.c_str(), status));
+    EXPECT_EQ(status.inode, static_cast<uint64_t>(st.st_ino));
+    EXPECT_EQ(status.device, static_cast<uint64_t>(st.st_dev));
+}
