@@ -13,3 +13,4 @@
 #include "ff_lock.h"
 #include "ff_events.h"
 #include "ff_utils.h"
+#include "ff_kernel_image.h"
