@@ -66,6 +66,21 @@ bool loginName(std::string& name) {
     return false;
 }
 
+int createNewFile(const char* path) {
+    if (!path) return -1;
+    return ::open(path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
+}
+
+std::string openDescriptorPath(int fd) {
+    std::string path = "/proc/self/fd/" + std::to_string(fd);
+    struct stat st;
+    return ::stat(path.c_str(), &st) == 0 ? path : std::string();
+}
+
+void closeDescriptor(int fd) {
+    if (fd >= 0) ::close(fd);
+}
+
 void spinBackoff() {
     if (BackoffHook hook = g_backoffHook.load()) {
         hook();

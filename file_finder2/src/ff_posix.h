@@ -30,6 +30,18 @@ bool runningKernelRelease(std::string& release);
 /// password entry; false when neither gives a name.
 bool loginName(std::string& name);
 
+/// Creates `path` as a new, empty regular file open for writing: never over an existing
+/// entry and never through a symbolic link (O_CREAT | O_EXCL | O_NOFOLLOW), mode 0666
+/// less the umask, as a stream would create it. Returns the descriptor, or -1.
+int createNewFile(const char* path);
+
+/// A name that opens the very file behind the open descriptor `fd`, whatever has become
+/// of its directory entry since: "/proc/self/fd/<fd>". Empty when /proc is not mounted.
+std::string openDescriptorPath(int fd);
+
+/// Closes a descriptor from createNewFile.
+void closeDescriptor(int fd);
+
 /// The spin lock's back-off between two looks at its state.
 void spinBackoff();
 

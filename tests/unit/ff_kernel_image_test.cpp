@@ -1,0 +1,356 @@
+// Unpacking of compressed kernel images, on gzip data made here with zlib.
+#include "ff_kernel_image.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <zlib.h>
+
+#include <algorithm>
+#include <boost/filesystem.hpp>
+#include <cctype>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "log_capture.h"
+#include "temp_dir.h"
+
+using namespace FF_2_13;
+namespace fs = boost::filesystem;
+
+namespace {
+
+constexpr size_t kChunk = 262144;
+const std::string kSource = "file_finder2/src/ff_utils";
+
+// Bytes that compress about as well as machine code: skewed, with repeats.
+std::string kernelLikeBytes(size_t size, unsigned seed = 7) {
+    std::mt19937 random(seed);
+    std::geometric_distribution<int> skewed(0.08);
+    std::string bytes;
+    bytes.reserve(size);
+    while (bytes.size() < size) bytes.push_back(static_cast<char>(skewed(random) & 0xFF));
+    return bytes;
+}
+
+// One gzip stream (header 1F 8B 08 00) of `data`.
+std::string gzip(const std::string& data) {
+    z_stream stream{};
+    if (deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, 31, 8, Z_DEFAULT_STRATEGY) != Z_OK)
+        throw std::runtime_error("deflateInit2");
+    std::string out(deflateBound(&stream, data.size()), '\0');
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data.data()));
+    stream.avail_in = static_cast<uInt>(data.size());
+    stream.next_out = reinterpret_cast<Bytef*>(&out[0]);
+    stream.avail_out = static_cast<uInt>(out.size());
+    if (deflate(&stream, Z_FINISH) != Z_STREAM_END) throw std::runtime_error("deflate");
+    out.resize(out.size() - stream.avail_out);
+    deflateEnd(&stream);
+    return out;
+}
+
+// Raw deflate data of `bytes` in blocks that are not final, ending on a byte boundary.
+std::string deflateUnfinished(const std::string& bytes) {
+    z_stream stream{};
+    deflateInit2(&stream, 9, Z_DEFLATED, -15, 8, Z_DEFAULT_STRATEGY);
+    std::vector<unsigned char> out(deflateBound(&stream, bytes.size()) + 16);
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes.data()));
+    stream.avail_in = static_cast<uInt>(bytes.size());
+    stream.next_out = out.data();
+    stream.avail_out = static_cast<uInt>(out.size());
+    deflate(&stream, Z_SYNC_FLUSH);
+    deflateEnd(&stream);
+    return std::string(reinterpret_cast<char*>(out.data()), out.size() - stream.avail_out);
+}
+
+// A stored deflate block, starting on a byte boundary.
+std::string storedBlock(bool final, const std::string& bytes) {
+    const unsigned n = static_cast<unsigned>(bytes.size());
+    const std::string header{static_cast<char>(final ? 1 : 0), static_cast<char>(n & 0xFF),
+                             static_cast<char>(n >> 8), static_cast<char>(~n & 0xFF),
+                             static_cast<char>((~n >> 8) & 0xFF)};
+    return header + bytes;
+}
+
+const std::string kGzipHeader("\x1F\x8B\x08\0\0\0\0\0\0\x03", 10);
+
+std::string gzipTrailer(uLong crc, uLong size) {
+    std::string trailer;
+    for (uLong value : {crc, size})
+        for (int shift = 0; shift < 32; shift += 8)
+            trailer.push_back(static_cast<char>(value >> shift));
+    return trailer;
+}
+
+std::string readFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+std::set<std::string> entries(const std::string& dir) {
+    std::set<std::string> names;
+    for (const auto& entry : fs::directory_iterator(dir))
+        names.insert(entry.path().filename().string());
+    return names;
+}
+
+// "<text>, at file: file_finder2/src/ff_utils:<line>" at error level.
+bool hasErrorLine(const fftest::LogCapture& log, const std::string& text) {
+    const std::string prefix = text + ", at file: " + kSource + ":";
+    for (const auto& line : log.lines()) {
+        if (line.level != log4cplus::ERROR_LOG_LEVEL ||
+            line.text.compare(0, prefix.size(), prefix) != 0)
+            continue;
+        const std::string number = line.text.substr(prefix.size());
+        auto isDigit = [](char c) { return std::isdigit(static_cast<unsigned char>(c)) != 0; };
+        if (!number.empty() && std::all_of(number.begin(), number.end(), isDigit)) return true;
+    }
+    return false;
+}
+
+class ExtractVmlinux : public ::testing::Test {
+  protected:
+    fftest::TempDir dir;
+    const std::string image = dir / "vmlinuz";
+    const std::string kernel = dir / "vmlinux";
+    const std::string data = kernelLikeBytes(600000);
+
+    bool extract(const std::string& contents) {
+        dir.makeFile("vmlinuz", contents);
+        return utils::extractVmlinux(image.c_str(), kernel.c_str());
+    }
+    void expectFailedAndNothingLeft(const fftest::LogCapture& log) {
+        EXPECT_EQ(entries(dir.path()), std::set<std::string>{"vmlinuz"});
+        EXPECT_TRUE(hasErrorLine(log, "Failed to extract vmlinux from " + image));
+    }
+};
+
+TEST_F(ExtractVmlinux, UnpacksPlainGzipFileWhole) {
+    fftest::LogCapture log;
+    ASSERT_TRUE(extract(gzip(data)));
+    EXPECT_EQ(readFile(kernel), data);
+    EXPECT_EQ(entries(dir.path()), (std::set<std::string>{"vmlinux", "vmlinuz"}));
+    const auto lines = log.lines();
+    EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), [&](const fftest::LogLine& line) {
+        return line.level == log4cplus::INFO_LOG_LEVEL &&
+               line.text == kernel + " was extracted from " + image;
+    }));
+}
+
+TEST_F(ExtractVmlinux, FindsStreamBehindBootCodeAndIgnoresWhatFollows) {
+    // Near misses in the boot code are passed over; a second stream and junk after the
+    // kernel change nothing.
+    std::string boot =
+        kernelLikeBytes(16384, 3) + "\x1F\x8B\x08\x01\x1F\x8B\x09" + std::string(1, '\0');
+    boot += "\x90";
+    const std::string trailer = gzip("another stream") + std::string(300000, '\x1F');
+    ASSERT_TRUE(extract(boot + gzip(data) + trailer));
+    EXPECT_EQ(readFile(kernel), data);
+}
+
+TEST_F(ExtractVmlinux, ByteThatBreaksAMatchIsNotTakenAsNewStart) {
+    // The scan restarts after the byte that broke a partial match: a prefix that ends in a
+    // partial match swallows the stream's first byte.
+    for (const std::string prefix : {"\x1F", "\x1F\x8B", "\x1F\x8B\x08"}) {
+        fftest::LogCapture log;
+        EXPECT_FALSE(extract(prefix + gzip(data))) << prefix.size();
+        expectFailedAndNothingLeft(log);
+    }
+    // A mismatch on a byte other than 1F leaves the stream's own start intact.
+    ASSERT_TRUE(extract(std::string("\x1F\x8B\x00", 3) + gzip(data)));
+    EXPECT_EQ(readFile(kernel), data);
+}
+
+TEST_F(ExtractVmlinux, InputWithoutStreamFailsAndRemovesOutput) {
+    dir.makeFile("vmlinux", "from an earlier run");
+    for (const std::string& contents : {std::string(), kernelLikeBytes(100000)}) {
+        fftest::LogCapture log;
+        EXPECT_FALSE(extract(contents));
+        expectFailedAndNothingLeft(log);
+    }
+}
+
+TEST_F(ExtractVmlinux, MissingInputFails) {
+    fftest::LogCapture log;
+    EXPECT_FALSE(utils::extractVmlinux(image.c_str(), kernel.c_str()));
+    EXPECT_TRUE(entries(dir.path()).empty());
+    EXPECT_TRUE(hasErrorLine(log, "Failed to extract vmlinux from " + image));
+    EXPECT_FALSE(utils::extractVmlinux(nullptr, kernel.c_str()));
+    EXPECT_FALSE(utils::extractVmlinux(image.c_str(), nullptr));
+}
+
+TEST_F(ExtractVmlinux, TruncatedStreamCountsAsSuccessAndKeepsPartialOutput) {
+    const std::string stream = gzip(data);
+    ASSERT_TRUE(extract(stream.substr(0, stream.size() / 2)));
+    const std::string partial = readFile(kernel);
+    EXPECT_GT(partial.size(), 0u);
+    EXPECT_LT(partial.size(), data.size());
+    EXPECT_EQ(partial, data.substr(0, partial.size()));
+    EXPECT_EQ(entries(dir.path()), (std::set<std::string>{"vmlinux", "vmlinuz"}));
+}
+
+TEST_F(ExtractVmlinux, CorruptStreamFailsAndLeavesNoOutput) {
+    std::string badBlock = gzip(data);
+    badBlock[10] = '\x07';  // final block of the reserved type 3
+    std::string badChecksum = gzip(data);
+    badChecksum[badChecksum.size() - 8] ^= 0x55;  // CRC32 of the trailer
+    for (const std::string& contents : {badBlock, badChecksum}) {
+        fftest::LogCapture log;
+        EXPECT_FALSE(extract(contents));
+        expectFailedAndNothingLeft(log);
+    }
+}
+
+TEST_F(ExtractVmlinux, MissingOutputDirectoryFails) {
+    fftest::LogCapture log;
+    dir.makeFile("vmlinuz", gzip(data));
+    EXPECT_FALSE(utils::extractVmlinux(image.c_str(), (dir / "missing/vmlinux").c_str()));
+    expectFailedAndNothingLeft(log);
+}
+
+TEST_F(ExtractVmlinux, ReadErrorIsReportedAsIoError) {
+    fftest::LogCapture log;
+    const std::string input = dir.makeDir("a-directory");
+    EXPECT_FALSE(utils::extractVmlinux(input.c_str(), kernel.c_str()));
+    EXPECT_TRUE(hasErrorLine(log, "I/O error when extracting: " + kernel + " from " + input));
+    EXPECT_EQ(entries(dir.path()), std::set<std::string>{"a-directory"});
+}
+
+TEST_F(ExtractVmlinux, ReplacesLinkAtOutputWithoutWritingThroughIt) {
+    const std::string target = dir.makeFile("elsewhere", "keep me");
+    dir.makeSymlink("vmlinux", target);
+    ASSERT_TRUE(extract(gzip(data)));
+    EXPECT_FALSE(fs::is_symlink(kernel));
+    EXPECT_EQ(readFile(kernel), data);
+    EXPECT_EQ(readFile(target), "keep me");
+}
+
+TEST_F(ExtractVmlinux, OutputEndingExactlyAtChunkEndIsNotAnError) {
+    // A stream whose first 256 KiB chunk ends exactly where the output fills its buffer for
+    // the second time: inflate has nothing to do until the next chunk comes. Built by hand:
+    // a run of zeros, then four stored blocks that pad the chunk, then a final one.
+    std::string zeros, deflated;
+    size_t stored = 0;
+    for (int round = 0; round < 20; ++round) {
+        zeros.assign(2 * kChunk - stored, '\0');
+        deflated = deflateUnfinished(zeros);
+        const size_t next = kChunk - kGzipHeader.size() - deflated.size() - 4 * 5;
+        if (next == stored) break;
+        stored = next;
+    }
+    ASSERT_EQ(zeros.size() + stored, 2 * kChunk);
+    std::string stream = kGzipHeader + deflated;
+    std::string plain = zeros;
+    for (size_t i = 0, offset = 0; i < 4; ++i) {
+        const std::string bytes = data.substr(offset, stored / 4 + (i < 3 ? 0 : stored % 4));
+        offset += bytes.size();
+        stream += storedBlock(false, bytes);
+        plain += bytes;
+    }
+    ASSERT_EQ(stream.size(), kChunk);
+    stream += storedBlock(true, "the end");
+    plain += "the end";
+    stream += gzipTrailer(
+        crc32(0, reinterpret_cast<const Bytef*>(plain.data()), static_cast<uInt>(plain.size())),
+        plain.size());
+
+    ASSERT_TRUE(extract(stream));
+    EXPECT_EQ(readFile(kernel), plain);
+}
+
+TEST_F(ExtractVmlinux, FullDiskFailsAndLeavesNoPartialFile) {
+    dir.makeFile("vmlinuz", gzip(kernelLikeBytes(4 << 20)));
+    std::fflush(nullptr);
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        // Writes past 1 MiB fail with EFBIG instead of killing the process.
+        ::signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit{1 << 20, 1 << 20};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        fftest::LogCapture log;
+        const bool extracted = utils::extractVmlinux(image.c_str(), kernel.c_str());
+        const bool logged =
+            hasErrorLine(log, "I/O error when extracting: " + kernel + " from " + image);
+        ::_exit(extracted ? 1 : (logged ? 0 : 2));
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+    EXPECT_EQ(entries(dir.path()), std::set<std::string>{"vmlinuz"});
+}
+
+TEST_F(ExtractVmlinux, DecompressionBombStreamsInBoundedMemory) {
+    // 256 MiB of zeros in about 256 KiB: one compressed MiB repeated, which is valid
+    // because it starts with a literal and ends on a byte boundary.
+    constexpr int kMebibytes = 256;
+    const std::string zeros(1 << 20, '\0');
+    const std::string oneMebibyte = deflateUnfinished(zeros);
+    std::string bomb = kGzipHeader;
+    uLong crc = crc32(0, nullptr, 0);
+    for (int i = 0; i < kMebibytes; ++i) {
+        bomb += oneMebibyte;
+        crc = crc32(crc, reinterpret_cast<const Bytef*>(zeros.data()),
+                    static_cast<uInt>(zeros.size()));
+    }
+    bomb += storedBlock(true, "") + gzipTrailer(crc, uLong(kMebibytes) << 20);
+    dir.makeFile("vmlinuz", bomb);
+
+    rusage before{}, after{};
+    ::getrusage(RUSAGE_SELF, &before);
+    ASSERT_TRUE(utils::extractVmlinux(image.c_str(), kernel.c_str()));
+    ::getrusage(RUSAGE_SELF, &after);
+    EXPECT_EQ(fs::file_size(kernel), uintmax_t(kMebibytes) << 20);
+    EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 16 * 1024);  // KiB
+}
+
+TEST(Uncompress, RefusesStreamsThatAreNotGood) {
+    fftest::TempDir dir;
+    const std::string stream = dir.makeFile("stream.gz", gzip("data"));
+    std::ifstream missing(dir / "missing", std::ios::binary);
+    std::ofstream out(dir / "out", std::ios::binary);
+    EXPECT_FALSE(utils::uncompress(missing, out));
+    std::ifstream in(stream, std::ios::binary);
+    std::ofstream closed;
+    EXPECT_FALSE(utils::uncompress(in, closed));
+}
+
+TEST(Uncompress, InputAtItsEndCountsAsSuccess) {
+    fftest::TempDir dir;
+    std::ifstream in(dir.makeFile("empty", ""), std::ios::binary);
+    std::ofstream out(dir / "out", std::ios::binary);
+    EXPECT_TRUE(utils::uncompress(in, out));
+    out.close();
+    EXPECT_EQ(fs::file_size(dir / "out"), 0u);
+}
+
+TEST(Uncompress, ReadsNoFurtherThanTheChunkHoldingTheStreamEnd) {
+    fftest::TempDir dir;
+    std::ifstream in(dir.makeFile("in", gzip("kernel") + std::string(3 * kChunk, 'x')),
+                     std::ios::binary);
+    std::ofstream out(dir / "out", std::ios::binary);
+    ASSERT_TRUE(utils::uncompress(in, out));
+    out.close();
+    EXPECT_EQ(readFile(dir / "out"), "kernel");
+    EXPECT_EQ(in.tellg(), std::streampos(kChunk));
+}
+
+TEST(Uncompress, SwallowsExceptionsOfTheStreams) {
+    fftest::TempDir dir;
+    std::ifstream in(dir.makeDir("a-directory"), std::ios::binary);
+    ASSERT_TRUE(in.is_open());  // reading it fails
+    in.exceptions(std::ios::badbit);
+    std::ofstream out(dir / "out", std::ios::binary);
+    EXPECT_FALSE(utils::uncompress(in, out));
+}
+
+}  // namespace
