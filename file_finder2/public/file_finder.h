@@ -17,3 +17,4 @@
 #include "ff_validation.h"
 #include "ff_checksum.h"
 #include "ff_callbacks.h"
+#include "ff_history.h"
