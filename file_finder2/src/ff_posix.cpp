@@ -99,7 +99,7 @@ bool replaceFileAtomically(const std::string& path, const std::string& contents,
         if (fd < 0 && errno != EEXIST) break;
     }
     if (fd < 0) {
-        error = "cannot create \"" + temporary + "\": " + lastErrorText();
+        error = std::string("cannot create \"") + temporary + "\": " + lastErrorText();
         return false;
     }
     auto fail = [&](const std::string& what) {
@@ -111,14 +111,15 @@ bool replaceFileAtomically(const std::string& path, const std::string& contents,
     struct stat old;
     if (::stat(path.c_str(), &old) == 0 && S_ISREG(old.st_mode) &&
         ::fchmod(fd, old.st_mode & 07777) != 0)
-        return fail("cannot give \"" + temporary + "\" the permissions of \"" + path + "\"");
-    if (!writeAll(fd, contents)) return fail("cannot write \"" + temporary + "\"");
-    if (::fsync(fd) != 0) return fail("cannot flush \"" + temporary + "\"");
+        return fail(std::string("cannot give \"") + temporary + "\" the permissions of \"" + path +
+                    "\"");
+    if (!writeAll(fd, contents)) return fail(std::string("cannot write \"") + temporary + "\"");
+    if (::fsync(fd) != 0) return fail(std::string("cannot flush \"") + temporary + "\"");
     const int closed = ::close(fd);
     fd = -1;
-    if (closed != 0) return fail("cannot close \"" + temporary + "\"");
+    if (closed != 0) return fail(std::string("cannot close \"") + temporary + "\"");
     if (::rename(temporary.c_str(), path.c_str()) != 0)
-        return fail("cannot rename \"" + temporary + "\" to \"" + path + "\"");
+        return fail(std::string("cannot rename \"") + temporary + "\" to \"" + path + "\"");
     // The rename reaches the disk with its directory. Should that flush fail, the new
     // file is in place all the same: the caller's answer does not change.
     const int directory = ::open(directoryOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);

@@ -324,6 +324,7 @@ TEST(SearchHistoryFile, FailedSaveKeepsTheOldFileAndLeavesNoTemporaryFile) {
     const std::string whole = dir.makeFile("open/h.json", "the old history, longer than the limit");
     fftest::openToEveryone(dir.path());
     ASSERT_EQ(0, ::chmod(open.c_str(), 0777));
+    ASSERT_EQ(0, ::chmod(whole.c_str(), 0666));
     EXPECT_EQ(0, fftest::runUnprivileged([&] {
                   ::signal(SIGXFSZ, SIG_IGN);  // a short write instead of the signal
                   const struct rlimit limit = {16, 16};
