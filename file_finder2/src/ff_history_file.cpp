@@ -12,8 +12,10 @@
 //   3. walk "binaries", "symbols" and "sources", adding every valid entry through the
 //      interface and logging every fault with where it is and what is wrong;
 //   4. answer true only when nothing was wrong.
+#include <boost/algorithm/hex.hpp>
 #include <boost/filesystem.hpp>
 #include <fstream>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
@@ -102,40 +104,11 @@ bool isWellFormedUtf8(const std::string& text) {
     return true;
 }
 
-// Boost's hex codec would do, but it reports bad digits with boost::exception, whose
-// type information the library would then export; a dozen lines avoid that.
-std::string toHex(const std::string& bytes) {
-    static const char kDigits[] = "0123456789abcdef";
-    std::string hex;
-    hex.reserve(bytes.size() * 2);
-    for (unsigned char byte : bytes) {
-        hex += kDigits[byte >> 4];
-        hex += kDigits[byte & 0x0F];
-    }
-    return hex;
-}
-
-int hexDigitValue(char digit) {
-    if (digit >= '0' && digit <= '9') return digit - '0';
-    if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
-    if (digit >= 'A' && digit <= 'F') return digit - 'A' + 10;
-    return -1;
-}
-
-bool fromHex(const std::string& hex, std::string& bytes) {
-    if (hex.size() % 2 != 0) return false;
-    bytes.clear();
-    for (size_t i = 0; i < hex.size(); i += 2) {
-        const int high = hexDigitValue(hex[i]), low = hexDigitValue(hex[i + 1]);
-        if (high < 0 || low < 0) return false;
-        bytes += static_cast<char>(high * 16 + low);
-    }
-    return true;
-}
-
 Json encodeName(const std::string& name) {
     if (isWellFormedUtf8(name)) return Json(name);
-    return Json::object({{"hex", toHex(name)}});
+    std::string hex;
+    boost::algorithm::hex_lower(name.begin(), name.end(), std::back_inserter(hex));
+    return Json::object({{"hex", hex}});
 }
 
 // Reads a name written by encodeName. False, with `fault` saying why, for anything else.
@@ -144,7 +117,11 @@ bool decodeName(const Json& value, std::string& name, std::string& fault) {
         name = value.get<std::string>();
     } else if (value.is_object() && value.size() == 1 && value.contains("hex") &&
                value["hex"].is_string()) {
-        if (!fromHex(value["hex"].get_ref<const std::string&>(), name)) {
+        const std::string& hex = value["hex"].get_ref<const std::string&>();
+        name.clear();
+        try {
+            boost::algorithm::unhex(hex.begin(), hex.end(), std::back_inserter(name));
+        } catch (const boost::algorithm::hex_decode_error&) {
             fault = "is not an even number of hexadecimal digits";
             return false;
         }
