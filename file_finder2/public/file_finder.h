@@ -18,3 +18,4 @@
 #include "ff_checksum.h"
 #include "ff_callbacks.h"
 #include "ff_kernel_image.h"
+#include "ff_history.h"

@@ -41,6 +41,13 @@ std::string openDescriptorPath(int fd);
 
 /// Closes a descriptor from createNewFile.
 void closeDescriptor(int fd);
+/// Replaces the file `path` with `contents` so that a reader, or the file system after a
+/// crash, sees the old file or the new one and never a mix: the text goes to a new
+/// temporary file beside `path` ("<path>.tmp-<pid>-<n>"), is flushed to disk, takes the
+/// old file's permission bits and is renamed over `path`. On failure the temporary file
+/// is removed, `path` is untouched and `error` says which step failed and why.
+bool replaceFileAtomically(const std::string& path, const std::string& contents,
+                           std::string& error);
 
 /// The spin lock's back-off between two looks at its state.
 void spinBackoff();
