@@ -16,4 +16,7 @@
 #include "ff_utils.h"
 #include "ff_validation.h"
 #include "ff_checksum.h"
+#include "ff_file_retriever.h"
+#include "ff_messages.h"
+#include "ff_validators.h"
 #include "ff_callbacks.h"

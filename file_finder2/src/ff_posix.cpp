@@ -1,6 +1,7 @@
 // Operating-system calls of the library.
 #include "ff_posix.h"
 
+#include <fcntl.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <sys/utsname.h>
@@ -26,6 +27,14 @@ bool statFile(const char* path, FileStatus& status) {
     status.size = static_cast<uint64_t>(st.st_size);
     status.isDirectory = S_ISDIR(st.st_mode);
     status.isRegular = S_ISREG(st.st_mode);
+    return true;
+}
+
+bool canOpenForReading(const char* path) {
+    if (!path) return false;
+    const int fd = ::open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+    if (fd < 0) return false;
+    ::close(fd);
     return true;
 }
 
