@@ -7,7 +7,6 @@
 
 #include <cstdlib>
 #include <string>
-#include <thread>
 #include <vector>
 
 using namespace QORAL_2_18;
@@ -152,22 +151,6 @@ TEST(ProductLocations, UserDataDirFollowsTheEnvironmentUnlessSet) {
     tarnbase2::IProductLocations::setUserDataDir(nullptr);
     EXPECT_EQ(beforeText, locations->userDataDir());
     EXPECT_EQ(beforeText, before) << "texts handed out stay valid";
-}
-
-TEST(ProductLocations, ConcurrentSettersAndReadersSeeWholeTexts) {
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([t] {
-            const std::string mine = "/dir/" + std::to_string(t);
-            for (int i = 0; i < 500; ++i) {
-                tarnbase2::IProductLocations::setUserDataDir(mine.c_str());
-                const std::string seen = tarnbase2::IProductLocations::get()->userDataDir();
-                EXPECT_EQ(0u, seen.rfind("/dir/", 0)) << seen;
-            }
-        });
-    }
-    for (std::thread& t : threads) t.join();
-    tarnbase2::IProductLocations::setUserDataDir(nullptr);
 }
 
 namespace {
