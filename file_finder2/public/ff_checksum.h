@@ -30,7 +30,9 @@ public:
 class FF_EXPORT IChecksumCalculator : public IFFObject {
 public:
     /// The checksum of the whole file, read in 4096-byte chunks. Empty for a null name, a
-    /// missing or unreadable file, ctCRC32 (never computed) or an unknown type.
+    /// missing, unreadable or non-regular file (a directory, a FIFO), ctCRC32 (never
+    /// computed) or an unknown type: never the checksum of nothing. The calculator itself
+    /// is not locked during the computation; any number of threads may compute at once.
     virtual ObjectPtr<IChecksum> calculateChecksum(const char* name, checksum_type_t type) = 0;
     /// A checksum from its text, unchecked. Empty for a null text.
     virtual ObjectPtr<IChecksum> fromString(checksum_type_t type, const char* text) = 0;

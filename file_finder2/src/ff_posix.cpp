@@ -67,6 +67,14 @@ bool statFile(const char* path, FileStatus& status) {
     return true;
 }
 
+bool canOpenForReading(const char* path) {
+    if (!path) return false;
+    const int fd = ::open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+    if (fd < 0) return false;
+    ::close(fd);
+    return true;
+}
+
 bool runningKernelRelease(std::string& release) {
     struct utsname names;
     if (::uname(&names) != 0) return false;

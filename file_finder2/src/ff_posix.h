@@ -23,6 +23,10 @@ struct FileStatus {
 /// stat() of `path`; false when it fails.
 bool statFile(const char* path, FileStatus& status);
 
+/// True when `path` can be opened for reading (it is opened and closed at once). Does
+/// not wait on a FIFO without a writer.
+bool canOpenForReading(const char* path);
+
 /// Release of the running kernel (`uname`), or false.
 bool runningKernelRelease(std::string& release);
 

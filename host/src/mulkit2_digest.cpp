@@ -1,0 +1,154 @@
+// MD5 and SHA1 digests of files over OpenSSL's EVP interface.
+#include "mulkit2/digest.h"
+
+#include <fcntl.h>
+#include <log4cplus/logger.h>
+#include <openssl/err.h>
+#include <openssl/evp.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <memory>
+
+namespace mulkit2 {
+
+namespace {
+
+void logError(const std::string& text) {
+    log4cplus::Logger logger = log4cplus::Logger::getInstance("FILE_FINDER");
+    if (logger.isEnabledFor(log4cplus::ERROR_LOG_LEVEL))
+        logger.forcedLog(log4cplus::ERROR_LOG_LEVEL, text, "host/src/mulkit2_digest", __LINE__);
+}
+
+const EVP_MD* fetchOnce(const char* algorithm) {
+    EVP_MD* md = EVP_MD_fetch(nullptr, algorithm, nullptr);
+    if (!md) {
+        const unsigned long code = ERR_get_error();
+        char reason[256] = "no reason given";
+        if (code) ERR_error_string_n(code, reason, sizeof reason);
+        ERR_clear_error();
+        logError(std::string("The digest algorithm ") + algorithm +
+                 " is not available from the OpenSSL providers: " + reason);
+    }
+    return md;
+}
+
+// The implicit fetch inside EVP_DigestInit takes global locks on every call; the
+// fetched algorithm is kept for the life of the process and shared by all digests. A
+// refused algorithm stays refused: the provider configuration does not change under us.
+const EVP_MD* algorithmNamed(const char* algorithm) {
+    if (std::strcmp(algorithm, "MD5") == 0) {
+        static const EVP_MD* const md5 = fetchOnce("MD5");
+        return md5;
+    }
+    if (std::strcmp(algorithm, "SHA1") == 0) {
+        static const EVP_MD* const sha1 = fetchOnce("SHA1");
+        return sha1;
+    }
+    return nullptr;
+}
+
+// Closes the descriptor on every path out of update_from_file.
+class FileDescriptor {
+public:
+    explicit FileDescriptor(int fd) : m_fd(fd) {}
+    ~FileDescriptor() {
+        if (m_fd >= 0) ::close(m_fd);
+    }
+    FileDescriptor(const FileDescriptor&) = delete;
+    FileDescriptor& operator=(const FileDescriptor&) = delete;
+    int get() const { return m_fd; }
+
+private:
+    int m_fd;
+};
+
+}  // namespace
+
+struct digest_t::state_t {
+    EVP_MD_CTX* context = nullptr;
+    bool failed = false;
+    bool finished = false;
+    std::string hex;
+};
+
+digest_t::digest_t(const char* algorithm) : m_state(new state_t) {
+    const EVP_MD* md = algorithmNamed(algorithm);
+    m_state->context = md ? EVP_MD_CTX_new() : nullptr;
+    if (!m_state->context || EVP_DigestInit_ex(m_state->context, md, nullptr) != 1) {
+        ERR_clear_error();
+        m_state->failed = true;
+    }
+}
+
+digest_t::~digest_t() {
+    EVP_MD_CTX_free(m_state->context);
+    delete m_state;
+}
+
+bool digest_t::update(const void* data, std::size_t size) {
+    if (m_state->failed || m_state->finished) return false;
+    if (EVP_DigestUpdate(m_state->context, data, size) != 1) {
+        ERR_clear_error();
+        m_state->failed = true;
+        return false;
+    }
+    return true;
+}
+
+bool digest_t::update_from_file(const path_t& file, unsigned int chunkSize) {
+    if (m_state->failed || m_state->finished) return false;
+    if (chunkSize == 0 || file.empty()) {
+        m_state->failed = true;
+        return false;
+    }
+    // O_NONBLOCK: opening a FIFO must not wait for a writer; it is refused below anyway.
+    FileDescriptor fd(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+    struct stat st;
+    if (fd.get() < 0 || ::fstat(fd.get(), &st) != 0 || !S_ISREG(st.st_mode)) {
+        m_state->failed = true;
+        return false;
+    }
+    // Only a hint for the kernel's read-ahead; a refusal changes nothing.
+    (void)::posix_fadvise(fd.get(), 0, 0, POSIX_FADV_SEQUENTIAL);
+    std::unique_ptr<unsigned char[]> buffer(new unsigned char[chunkSize]);
+    for (;;) {
+        const ssize_t count = ::read(fd.get(), buffer.get(), chunkSize);
+        if (count == 0) return true;
+        if (count < 0) {
+            if (errno == EINTR) continue;
+            m_state->failed = true;
+            return false;
+        }
+        if (!update(buffer.get(), static_cast<std::size_t>(count))) return false;
+    }
+}
+
+std::string digest_t::get_digest_base16() {
+    if (m_state->failed) return std::string();
+    if (!m_state->finished) {
+        unsigned char digest[EVP_MAX_MD_SIZE];
+        unsigned int length = 0;
+        if (EVP_DigestFinal_ex(m_state->context, digest, &length) != 1) {
+            ERR_clear_error();
+            m_state->failed = true;
+            return std::string();
+        }
+        static const char kHexDigits[] = "0123456789abcdef";
+        m_state->hex.reserve(2 * length);
+        for (unsigned int i = 0; i < length; ++i) {
+            m_state->hex.push_back(kHexDigits[digest[i] >> 4]);
+            m_state->hex.push_back(kHexDigits[digest[i] & 0x0f]);
+        }
+        m_state->finished = true;
+    }
+    return m_state->hex;
+}
+
+md5_t::md5_t() : digest_t("MD5") {}
+
+sha1_t::sha1_t() : digest_t("SHA1") {}
+
+}  // namespace mulkit2

@@ -1,0 +1,147 @@
+// Checksum values and the process's checksum calculator.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "ff_checksum_impl.h"
+#include "ff_globals.h"
+#include "temp_dir.h"
+
+using namespace FF_2_13;
+
+TEST(ChecksumCalculator, HashesFilesAsLowerCaseHex) {
+    fftest::TempDir dir;
+    const std::string abc = dir.makeFile("abc", "abc");
+    ObjectPtr<IChecksumCalculator> calculator = IChecksumCalculator::create();
+    ObjectPtr<IChecksum> md5 = calculator->calculateChecksum(abc.c_str(), ctMD5);
+    ASSERT_TRUE(md5);
+    EXPECT_STREQ("900150983cd24fb0d6963f7d28e17f72", md5->value());
+    EXPECT_EQ(ctMD5, md5->type());
+    ObjectPtr<IChecksum> sha1 = calculator->calculateChecksum(abc.c_str(), ctSHA1);
+    ASSERT_TRUE(sha1);
+    EXPECT_STREQ("a9993e364706816aba3e25717850c26c9cd0d89d", sha1->value());
+}
+
+TEST(ChecksumCalculator, NoChecksumForBadInputOrUnhashableFiles) {
+    fftest::TempDir dir;
+    const std::string abc = dir.makeFile("abc", "abc");
+    const std::string fifo = dir / "fifo";
+    ASSERT_EQ(0, ::mkfifo(fifo.c_str(), 0600));
+    ObjectPtr<IChecksumCalculator> calculator = IChecksumCalculator::create();
+    // CRC32 is a type, but it is never computed.
+    EXPECT_FALSE(calculator->calculateChecksum(abc.c_str(), ctCRC32));
+    EXPECT_FALSE(calculator->calculateChecksum(abc.c_str(), static_cast<checksum_type_t>(7)));
+    EXPECT_FALSE(calculator->calculateChecksum(nullptr, ctMD5));
+    for (const std::string& path : {dir / "missing", dir.path(), fifo}) {
+        EXPECT_FALSE(calculator->calculateChecksum(path.c_str(), ctMD5)) << path;
+        EXPECT_FALSE(calculator->calculateChecksum(path.c_str(), ctSHA1)) << path;
+    }
+    EXPECT_FALSE(calculator->fromString(ctMD5, nullptr));
+}
+
+TEST(Checksum, EqualityIgnoresLetterCaseButNotTypeOrLength) {
+    ObjectPtr<IChecksumCalculator> calculator = IChecksumCalculator::create();
+    ObjectPtr<IChecksum> upper = calculator->fromString(ctMD5, "ABC");
+    ObjectPtr<IChecksum> lower = calculator->fromString(ctMD5, "abc");
+    EXPECT_STREQ("ABC", upper->value()) << "parsed text is kept as given";
+    EXPECT_TRUE(upper->isEqualTo(*lower));
+    EXPECT_TRUE(lower->isEqualTo(*upper));
+    EXPECT_FALSE(upper->isEqualTo(*calculator->fromString(ctSHA1, "abc")));
+    EXPECT_FALSE(upper->isEqualTo(*calculator->fromString(ctMD5, "abc ")));
+    EXPECT_FALSE(upper->isEqualTo(*calculator->fromString(ctMD5, "ab")));
+    EXPECT_EQ(ctCRC32, calculator->fromString(ctCRC32, "1234abcd")->type());
+}
+
+namespace {
+
+std::atomic<int> g_destroyed{0};
+void countDestruction() {
+    ++g_destroyed;
+}
+
+// Lets the test run code while a calculator's destructor is under way: the destructor
+// announces itself and then waits for the lock the test holds.
+struct DyingCalculator {
+    static std::mutex mutex;
+    static std::condition_variable changed;
+    static bool entered;
+    static void announce() {
+        std::lock_guard<std::mutex> lock(mutex);
+        entered = true;
+        changed.notify_all();
+    }
+};
+std::mutex DyingCalculator::mutex;
+std::condition_variable DyingCalculator::changed;
+bool DyingCalculator::entered = false;
+
+}  // namespace
+
+TEST(ChecksumCalculator, SameObjectWhileHeldNewOneAfterRelease) {
+    g_destroyed = 0;
+    ChecksumCalculator::setDestructionHook(&countDestruction);
+    {
+        ObjectPtr<IChecksumCalculator> first = IChecksumCalculator::create();
+        ObjectPtr<IChecksumCalculator> second = IChecksumCalculator::create();
+        EXPECT_EQ(first, second);
+        EXPECT_EQ(0, g_destroyed.load());
+    }
+    EXPECT_EQ(1, g_destroyed.load());
+    EXPECT_EQ(nullptr, ChecksumCalculator::s_instance);
+    ObjectPtr<IChecksumCalculator> third = IChecksumCalculator::create();
+    EXPECT_EQ(third.get(), ChecksumCalculator::s_instance);
+    third = nullptr;
+    EXPECT_EQ(2, g_destroyed.load());
+    ChecksumCalculator::setDestructionHook(nullptr);
+}
+
+TEST(ChecksumCalculator, CreateNeverReturnsADyingCalculator) {
+    DyingCalculator::entered = false;
+    ChecksumCalculator::setDestructionHook(&DyingCalculator::announce);
+    ObjectPtr<IChecksumCalculator> last = IChecksumCalculator::create();
+    IChecksumCalculator* dying = last.get();
+    ObjectPtr<IChecksumCalculator> fresh;
+    std::thread releaser;
+    {
+        // Hold the singleton lock so that the releasing thread stops inside the
+        // destructor, after the count reached zero and before s_instance is cleared.
+        FFLockWrap singleton(&g_checkSumCalcLock);
+        releaser = std::thread([&last] { last = nullptr; });
+        {
+            std::unique_lock<std::mutex> lock(DyingCalculator::mutex);
+            DyingCalculator::changed.wait(lock, [] { return DyingCalculator::entered; });
+        }
+        EXPECT_EQ(dying, ChecksumCalculator::s_instance);
+        fresh = IChecksumCalculator::create();
+        EXPECT_NE(dying, fresh.get());
+        EXPECT_EQ(fresh.get(), ChecksumCalculator::s_instance);
+    }
+    releaser.join();
+    ChecksumCalculator::setDestructionHook(nullptr);
+    // The dying instance did not clear the new one on its way out.
+    ObjectPtr<IChecksumCalculator> again = IChecksumCalculator::create();
+    EXPECT_EQ(fresh, again);
+    EXPECT_TRUE(fresh->fromString(ctMD5, "00"));
+}
+
+TEST(ChecksumCalculator, ThreadsCreatingAndReleasingAlwaysGetALiveCalculator) {
+    std::vector<std::thread> threads;
+    std::atomic<int> failures{0};
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&failures] {
+            for (int i = 0; i < 2000; ++i) {
+                ObjectPtr<IChecksumCalculator> calculator = IChecksumCalculator::create();
+                ObjectPtr<IChecksum> sum = calculator->fromString(ctSHA1, "ab");
+                if (!sum || std::string("ab") != sum->value()) ++failures;
+            }
+        });
+    }
+    for (std::thread& t : threads) t.join();
+    EXPECT_EQ(0, failures.load());
+    EXPECT_EQ(nullptr, ChecksumCalculator::s_instance);
+}

@@ -1,0 +1,271 @@
+// The validator of one search: remote checksum stage, built-in checks, client callback
+// and the confidence-level policy.
+#include "ff_validator.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "catalog_guard.h"
+#include "temp_dir.h"
+#include "unprivileged.h"
+
+using namespace FF_2_13;
+
+namespace {
+
+constexpr char kAbcMd5[] = "900150983cd24fb0d6963f7d28e17f72";
+
+class Policy : public IConfidenceLevelPolicyCallback {
+public:
+    unsigned int getConfidenceLevel(search_category_t category, unsigned int value) override {
+        asked.push_back(value);
+        lastCategory = category;
+        return answer;
+    }
+    unsigned int answer = 0;
+    std::vector<unsigned int> asked;
+    search_category_t lastCategory = scAllFiles;
+};
+
+class Retriever : public IFileRetriever {
+public:
+    bool isLocal(const char*) override { return false; }
+    unsigned int retrieve(const char*, const char*) override { return 1; }
+    unsigned int retrieveChecksum(const char* remoteName, ObjectPtr<IChecksum>& checksum) override {
+        asked.push_back(remoteName);
+        if (onFetch) onFetch();
+        if (result == 0 && !recorded.empty())
+            checksum = IChecksumCalculator::create()->fromString(ctMD5, recorded.c_str());
+        return result;
+    }
+    unsigned int result = 0;
+    std::string recorded = kAbcMd5;
+    std::vector<std::string> asked;
+    std::function<void()> onFetch;
+};
+
+class Rejecting : public IValidatorCallback {
+public:
+    unsigned int validate(const char*, IErrorInfoContainer&) override {
+        ++calls;
+        return vrInvalid;  // no severity, no message
+    }
+    int calls = 0;
+};
+
+}  // namespace
+
+TEST(Validator, PolicyDecidesUndecidedFiles) {
+    fftest::TempDir dir;
+    const std::string file = dir.makeFile("lib/libx.so");
+    Policy policy;
+    Validator validator(nullptr, policy, scSymbolFiles, "libx.so", nullptr);
+
+    policy.answer = 0;
+    ObjectPtr<IValidFile> high =
+        validator.validateInternal(file.c_str(), ssSystemDirs)->validFile();
+    ASSERT_TRUE(high);
+    EXPECT_EQ(cfPolicyHigh, high->confidence());
+    EXPECT_EQ(ssSystemDirs, high->searchStep());
+    EXPECT_EQ(file, high->name());
+    EXPECT_EQ(scSymbolFiles, policy.lastCategory);
+
+    policy.answer = 1;
+    EXPECT_EQ(cfPolicyLow, validator.validate(file.c_str())->validFile()->confidence());
+
+    policy.answer = 2;
+    ObjectPtr<IValidatedFile> verdict = validator.validate((dir / "lib/./libx.so").c_str());
+    EXPECT_FALSE(verdict->validFile());
+    ObjectPtr<IInvalidFile> rejected = verdict->invalidFile();
+    ASSERT_TRUE(rejected);
+    EXPECT_EQ(svUnspecified, rejected->severity());
+    EXPECT_STREQ("", rejected->errorMessage());
+    EXPECT_EQ(ssAskUser, rejected->searchStep());
+    EXPECT_EQ(file, rejected->name()) << "names are kept in canonical form";
+
+    ObjectPtr<IValidFile> forced = rejected->forceTreatAsValid();
+    EXPECT_EQ(cfAccepted, forced->confidence());
+    EXPECT_EQ(ssAskUser, forced->searchStep());
+    EXPECT_EQ(file, forced->name());
+    EXPECT_EQ((std::vector<unsigned int>{ssSystemDirs, ssAskUser, ssAskUser}), policy.asked);
+}
+
+TEST(Validator, ClientCallbackAnswersWithoutThePolicy) {
+    fftest::TempDir dir;
+    const std::string file = dir.makeFile("libx.so");
+    Policy policy;
+    Rejecting client;
+    Validator validator(&client, policy, scBinaryFiles, "libx.so", nullptr);
+    ObjectPtr<IInvalidFile> rejected = validator.validateInternal(file.c_str(), 2)->invalidFile();
+    ASSERT_TRUE(rejected);
+    EXPECT_EQ(svUnspecified, rejected->severity());
+    EXPECT_TRUE(policy.asked.empty());
+
+    ObjectPtr<IInvalidFile> missing = validator.validate((dir / "gone.so").c_str())->invalidFile();
+    ASSERT_TRUE(missing);
+    EXPECT_EQ(svHard, missing->severity());
+    EXPECT_EQ("The file " + dir / "gone.so" + " does not exist or is not a regular file.",
+              missing->errorMessage());
+
+    ObjectPtr<IInvalidFile> unnamed = validator.validate(nullptr)->invalidFile();
+    ASSERT_TRUE(unnamed);
+    EXPECT_STREQ("", unnamed->name());
+    EXPECT_EQ(1, client.calls);
+}
+
+TEST(Validator, RemoteChecksumMismatchRejectsWithoutFurtherChecks) {
+    fftest::TempDir dir;
+    const std::string cached = dir.makeFile("cache/libx.so", "not abc");
+    Policy policy;
+    Rejecting client;
+    Retriever retriever;
+    Validator validator(&client, policy, scBinaryFiles, "/usr/lib/libx.so", &retriever);
+    ObjectPtr<IInvalidFile> rejected =
+        validator.validateInternal(cached.c_str(), ssCacheSearchDir)->invalidFile();
+    ASSERT_TRUE(rejected);
+    EXPECT_EQ(svHard, rejected->severity());
+    EXPECT_EQ(ssCacheSearchDir, rejected->searchStep());
+    EXPECT_EQ("The file " + cached + " does not match the checksum recorded on the remote system.",
+              rejected->errorMessage());
+    EXPECT_EQ(0, client.calls);
+    EXPECT_EQ((std::vector<std::string>{"/usr/lib/libx.so"}), retriever.asked);
+
+    // Fetched once and kept for the validator's life.
+    validator.validateInternal(cached.c_str(), ssCacheSearchDir);
+    EXPECT_EQ(1u, retriever.asked.size());
+
+    fftest::CatalogGuard noCatalogs(/*removeAll=*/true);
+    EXPECT_STREQ("%CannotMatchFileWithChecksumMismatch",
+                 validator.validateInternal(cached.c_str(), ssCacheSearchDir)
+                     ->invalidFile()
+                     ->errorMessage());
+}
+
+TEST(Validator, RemoteChecksumMatchStillRunsTheBuiltInChecks) {
+    fftest::TempDir dir;
+    const std::string cached = dir.makeFile("cache/libx.so", "abc");
+    Policy policy;
+    Retriever retriever;
+    Validator validator(nullptr, policy, scBinaryFiles, "/usr/lib/libx.so", &retriever);
+    ObjectPtr<IValidFile> valid =
+        validator.validateInternal(cached.c_str(), ssCacheSearchDir)->validFile();
+    ASSERT_TRUE(valid);
+    EXPECT_EQ(cfPolicyHigh, valid->confidence()) << "a match alone does not accept";
+
+    fftest::openToEveryone(dir.path());
+    ASSERT_EQ(0, ::chmod(cached.c_str(), 0));
+    // Root may read anything; the unreadable case runs as an ordinary user. The candidate
+    // cannot be hashed then, so the remote stage has no verdict and the checks decide.
+    EXPECT_EQ(0, fftest::runUnprivileged([&] {
+                  Retriever freshRetriever;
+                  Validator fresh(nullptr, policy, scBinaryFiles, "/usr/lib/libx.so",
+                                  &freshRetriever);
+                  ObjectPtr<IInvalidFile> rejected =
+                      fresh.validateInternal(cached.c_str(), ssCacheSearchDir)->invalidFile();
+                  return rejected && rejected->severity() == svHard &&
+                         std::string(rejected->errorMessage()).find("cannot be opened") !=
+                             std::string::npos;
+              }));
+}
+
+TEST(Validator, OnlyTheLow16BitsOfTheStepSelectTheCacheStage) {
+    fftest::TempDir dir;
+    const std::string cached = dir.makeFile("cache/libx.so", "not abc");
+    Policy policy;
+    Retriever retriever;
+    Validator validator(nullptr, policy, scBinaryFiles, "/usr/lib/libx.so", &retriever);
+    const unsigned int step = 0x30000u | ssCacheSearchDir;
+    ObjectPtr<IInvalidFile> rejected =
+        validator.validateInternal(cached.c_str(), step)->invalidFile();
+    ASSERT_TRUE(rejected);
+    EXPECT_EQ(ssCacheSearchDir, rejected->searchStep());
+
+    retriever.recorded = "900150983CD24FB0D6963F7D28E17F72";  // an upper-case record matches
+    Validator matching(nullptr, policy, scBinaryFiles, "/usr/lib/libx.so", &retriever);
+    const std::string abc = dir.makeFile("cache/abc.so", "abc");
+    ObjectPtr<IValidFile> valid = matching.validateInternal(abc.c_str(), step)->validFile();
+    ASSERT_TRUE(valid);
+    EXPECT_EQ(ssCacheSearchDir, valid->searchStep());
+    EXPECT_EQ(step, policy.asked.back()) << "the policy sees the whole value";
+}
+
+TEST(Validator, StepsOtherThanTheCacheNeverAskTheRetriever) {
+    fftest::TempDir dir;
+    const std::string cached = dir.makeFile("cache/libx.so", "not abc");
+    Policy policy;
+    Retriever retriever;
+    Validator validator(nullptr, policy, scBinaryFiles, "/usr/lib/libx.so", &retriever);
+    // 256 marks an extracted kernel image: no search step, so no remote stage.
+    for (unsigned int step : {1u, 4u, 64u, 256u, 0x10000u})
+        EXPECT_TRUE(validator.validateInternal(cached.c_str(), step)->validFile()) << step;
+    EXPECT_TRUE(retriever.asked.empty());
+    EXPECT_EQ(256u, policy.asked[3]);
+    EXPECT_EQ(256u, validator.validateInternal(cached.c_str(), 256)->validFile()->searchStep());
+
+    Validator withoutRetriever(nullptr, policy, scBinaryFiles, "/usr/lib/libx.so", nullptr);
+    EXPECT_TRUE(withoutRetriever.validateInternal(cached.c_str(), ssCacheSearchDir)->validFile());
+}
+
+TEST(Validator, OnlyAbsoluteOrKernelNamesReachTheRetriever) {
+    fftest::TempDir dir;
+    const std::string cached = dir.makeFile("cache/libx.so", "abc");
+    Policy policy;
+    struct Case {
+        const char* requested;
+        const char* asked;  // null: the retriever is not asked
+    };
+    const Case cases[] = {
+        {"lib/libx.so", nullptr},
+        {"libx.so", nullptr},
+        {"C:\\x\\libx.dll", nullptr},
+        {"\\\\srv\\libx.so", nullptr},
+        {"", nullptr},
+        {"vmlinux", "vmlinux"},
+        {"/usr/lib/libx.so", "/usr/lib/libx.so"},
+        {"\\usr\\lib\\libx.so", "/usr/lib/libx.so"},
+    };
+    for (const Case& c : cases) {
+        Retriever retriever;
+        Validator validator(nullptr, policy, scBinaryFiles, c.requested, &retriever);
+        EXPECT_TRUE(validator.validateInternal(cached.c_str(), ssCacheSearchDir)->validFile());
+        if (c.asked)
+            EXPECT_EQ(std::vector<std::string>{c.asked}, retriever.asked) << c.requested;
+        else
+            EXPECT_TRUE(retriever.asked.empty()) << c.requested;
+    }
+}
+
+TEST(Validator, FailedFetchIsRetriedWithTheNextCacheCandidate) {
+    fftest::TempDir dir;
+    const std::string cached = dir.makeFile("cache/libx.so", "not abc");
+    Policy policy;
+    Retriever retriever;
+    retriever.result = 5;
+    Validator validator(nullptr, policy, scBinaryFiles, "/usr/lib/libx.so", &retriever);
+    EXPECT_TRUE(validator.validateInternal(cached.c_str(), ssCacheSearchDir)->validFile());
+    retriever.result = 0;
+    retriever.recorded.clear();  // success, but nothing recorded
+    EXPECT_TRUE(validator.validateInternal(cached.c_str(), ssCacheSearchDir)->validFile());
+    retriever.recorded = kAbcMd5;
+    EXPECT_TRUE(validator.validateInternal(cached.c_str(), ssCacheSearchDir)->invalidFile());
+    EXPECT_EQ(3u, retriever.asked.size());
+}
+
+TEST(Validator, FileThatVanishesBetweenTheChecksIsRejectedWithAMessage) {
+    fftest::TempDir dir;
+    const std::string cached = dir.makeFile("cache/libx.so", "abc");
+    Policy policy;
+    Retriever retriever;
+    retriever.onFetch = [&cached] { ::unlink(cached.c_str()); };
+    Validator validator(nullptr, policy, scBinaryFiles, "/usr/lib/libx.so", &retriever);
+    ObjectPtr<IInvalidFile> rejected =
+        validator.validateInternal(cached.c_str(), ssCacheSearchDir)->invalidFile();
+    ASSERT_TRUE(rejected);
+    EXPECT_EQ(svHard, rejected->severity());
+    EXPECT_NE(std::string::npos, std::string(rejected->errorMessage()).find("does not exist"));
+}
