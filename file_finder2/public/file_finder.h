@@ -17,3 +17,7 @@
 #include "ff_validation.h"
 #include "ff_checksum.h"
 #include "ff_callbacks.h"
+#include "ff_file_retriever.h"
+#include "ff_searchdirs.h"
+#include "ff_search_steps.h"
+#include "ff_searchenv.h"
