@@ -21,3 +21,4 @@
 #include "ff_searchdirs.h"
 #include "ff_search_steps.h"
 #include "ff_searchenv.h"
+#include "ff_persistent_dirs.h"
