@@ -22,3 +22,4 @@
 #include "ff_search_steps.h"
 #include "ff_searchenv.h"
 #include "ff_persistent_dirs.h"
+#include "ff_cmdline_dirs.h"
