@@ -78,7 +78,8 @@ public:
 /// directory that recurs keeps its first place and spelling and gains the later flags.
 /// Each enumerate() merges anew, so it sees the containers as they are then. Thread-safe.
 /// A chain reached again while it is being merged (a chain inside itself) adds nothing
-/// the second time.
+/// the second time; such a cycle of references is never freed, though, so a chain should
+/// not hold itself.
 class FF_EXPORT ISearchDirChain : public ISearchDirContainer {
 public:
     /// Appends `container` to the chain; false for an empty pointer. The same container

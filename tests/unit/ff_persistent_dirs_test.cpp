@@ -193,9 +193,9 @@ TEST(PersistentSearchDirs, DamagedEntriesAreLoggedSkippedAndKeptInTheOldFile) {
 
 TEST(PersistentSearchDirs, UnparsableFileLoadsNothingAndIsKeptOnTheNextChange) {
     fftest::TempDir tmp;
-    for (const std::string& content :
-         {std::string("{\"searchDirs\": [{\"searchCat"),
-          std::string("{\"searchDirs\": {\"a\": 1}}"), std::string("\xff\xfe garbage")}) {
+    for (const std::string& content : {std::string("{\"searchDirs\": [{\"searchCat"),
+                                       std::string("{\"searchDirs\": {\"a\": 1}}"),
+                                       std::string("[1, 2]"), std::string("\xff\xfe garbage")}) {
         const std::string file = tmp.makeFile("dirs.json", content);
         fftest::LogCapture log(log4cplus::ERROR_LOG_LEVEL);
         ObjectPtr<IPersistentSearchDirContainer> dirs =

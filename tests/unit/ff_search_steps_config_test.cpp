@@ -104,13 +104,6 @@ TEST(SearchStepsConfigurator, AllFilesHasNoMaskAndSaysSo) {
         EXPECT_EQ(kDefaultWalk, walk(steps->getSearchStepsIterator(c, 0)));
 }
 
-TEST(SearchStepsConfigurator, ErrorLinesAreSkippedWhenErrorsAreNotLogged) {
-    fftest::LogCapture log(log4cplus::FATAL_LOG_LEVEL);
-    ObjectPtr<ISearchStepsConfigurator> steps = ISearchStepsConfigurator::create();
-    steps->getSearchStepsIterator(scAllFiles, 0);
-    EXPECT_TRUE(log.lines().empty());
-}
-
 TEST(SearchStepsIterator, NextOntoTheEndIsFalseAndCurrentThenLeavesTheStep) {
     DefaultSearchStepsIterator it(ssSystemDirs | ssLowPrioritySearchDirs);
     it.addRef();

@@ -31,7 +31,9 @@
 #include <mutex>
 #include <string>
 
+#ifndef TARNBASE2_EXPORT
 #define TARNBASE2_EXPORT __attribute__((visibility("default")))
+#endif
 
 namespace tarnbase2 {
 
