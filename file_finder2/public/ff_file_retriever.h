@@ -34,7 +34,8 @@ public:
     /// True when `name` is a file of this machine (nothing to fetch).
     virtual bool isLocal(const char* name) = 0;
     /// Copies the remote file `remoteName` into the directory `targetDir`, keeping its
-    /// path below it (targetDir + remoteName). 0 on success, anything else on failure.
+    /// path below it (utils::addSubPart(targetDir, remoteName)), creating the directories
+    /// between. 0 on success, anything else on failure.
     virtual unsigned int retrieve(const char* remoteName, const char* targetDir) = 0;
     /// Fills `checksum` with the checksum recorded for `remoteName` on the remote system.
     /// 0 on success; on failure, or with `checksum` left empty, no remote comparison is

@@ -22,3 +22,8 @@
 #include "ff_callbacks.h"
 #include "ff_kernel_image.h"
 #include "ff_history.h"
+#include "ff_searchdirs.h"
+#include "ff_search_steps.h"
+#include "ff_searchenv.h"
+#include "ff_persistent_dirs.h"
+#include "ff_cmdline_dirs.h"

@@ -1,0 +1,280 @@
+// The persistent search directory container: round trip through the file, damaged
+// files, failed writes that keep the old file, and concurrent writers.
+#include "ff_persistent_dirs.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <boost/filesystem.hpp>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+#include "log_capture.h"
+#include "tarnbase2/config_storage.h"
+#include "temp_dir.h"
+#include "unprivileged.h"
+
+using namespace FF_2_13;
+
+namespace {
+
+struct Record {
+    search_category_t category;
+    std::string name;
+    bool recursive;
+    bool high;
+    bool operator==(const Record& o) const {
+        return category == o.category && name == o.name && recursive == o.recursive &&
+               high == o.high;
+    }
+};
+
+std::ostream& operator<<(std::ostream& out, const Record& r) {
+    return out << "{" << r.category << " " << r.name << (r.recursive ? " R" : "")
+               << (r.high ? " H" : "") << "}";
+}
+
+std::vector<Record> records(const ObjectPtr<ISearchDirContainer>& dirs) {
+    std::vector<Record> out;
+    for (search_category_t c : {scBinaryFiles, scSymbolFiles, scSourceFiles, scAllFiles}) {
+        ObjectPtr<ISearchDirIterator> it = dirs->enumerate(c);
+        const char* name;
+        bool recursive, high;
+        if (it)
+            for (it->reset(); it->getCurrentRecord(name, recursive, high); it->next())
+                out.push_back({c, name, recursive, high});
+    }
+    return out;
+}
+
+std::string readText(const std::string& name) {
+    std::ifstream in(name, std::ios::binary);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+size_t entryCount(const std::string& dir) {
+    size_t n = 0;
+    for (boost::filesystem::directory_iterator it(dir), end; it != end; ++it) ++n;
+    return n;
+}
+
+std::string entry(const std::string& category, const std::string& name, const char* recursive,
+                  const char* priority) {
+    return R"({"searchCategory": {"category": )" + category + R"(}, "searchDirectory": {"name": )" +
+           name + R"(, "recursive": )" + recursive + R"(, "priority": )" + priority + "}}";
+}
+
+}  // namespace
+
+TEST(PersistentSearchDirs, RoundTripsEveryNameAndFlagThroughTheFile) {
+    fftest::TempDir tmp;
+    const std::string file = tmp / "dirs.json";
+    const std::vector<Record> expected = {
+        {scBinaryFiles, "/opt/app/bin", false, false},
+        {scBinaryFiles, "/with blank, comma \"quote\" \\ and\nnewline", true, false},
+        {scSymbolFiles, "/caf\xc3\xa9/debug", false, true},
+        {scSymbolFiles, "/latin1/\xe9\xff", true, true},  // not UTF-8
+        {scSourceFiles, "", false, false},
+        {scAllFiles, "relative/dir", true, false},
+    };
+    {
+        ObjectPtr<IPersistentSearchDirContainer> dirs =
+            IPersistentSearchDirContainer::create(file.c_str());
+        ASSERT_TRUE(dirs);
+        EXPECT_STREQ(file.c_str(), dirs->storageFile());
+        for (const Record& r : expected)
+            dirs->addDirectory(r.category, r.name.c_str(), r.recursive, r.high);
+        dirs->addDirectory(scBinaryFiles, "/opt/app/bin/", false, true);  // widens a flag
+        EXPECT_TRUE(dirs->isSaved());
+    }
+    std::vector<Record> withFlag = expected;
+    withFlag[0].high = true;
+    EXPECT_EQ(withFlag, records(IPersistentSearchDirContainer::create(file.c_str())));
+
+    // The stored form, as the host's storage reads it back.
+    tarnbase2::ConfigStorage storage(file);
+    std::string stored;
+    ASSERT_TRUE(storage.getProperty("searchDirs", stored));
+    EXPECT_NE(std::string::npos,
+              stored.find(R"({"searchCategory":{"category":"symbols"},"searchDirectory":)"
+                          R"({"name":"/café/debug","priority":"high","recursive":false}})"))
+        << stored;
+    EXPECT_NE(std::string::npos, stored.find(R"("name":[47,108,97,116,105,110,49,47,233,255])"))
+        << stored;
+}
+
+TEST(PersistentSearchDirs, MissingFileIsEmptyAndWrittenOnlyOnARealChange) {
+    fftest::TempDir tmp;
+    const std::string file = tmp / "dirs.json";
+    ObjectPtr<IPersistentSearchDirContainer> dirs =
+        IPersistentSearchDirContainer::create(file.c_str());
+    EXPECT_TRUE(records(dirs).empty());
+    EXPECT_TRUE(dirs->clear(scBinaryFiles));  // an empty list: nothing to write
+    EXPECT_FALSE(boost::filesystem::exists(file));
+    EXPECT_FALSE(dirs->addDirectory(static_cast<search_category_t>(7), "/x", false, false));
+    EXPECT_FALSE(boost::filesystem::exists(file));
+
+    dirs->addDirectory(scBinaryFiles, "/x", false, false);
+    ASSERT_TRUE(boost::filesystem::exists(file));
+    boost::filesystem::remove(file);
+    dirs->addDirectory(scBinaryFiles, "/x/", false, false);  // same directory, same flags
+    EXPECT_FALSE(boost::filesystem::exists(file));
+    EXPECT_TRUE(dirs->save());
+    EXPECT_TRUE(boost::filesystem::exists(file));
+
+    EXPECT_FALSE(IPersistentSearchDirContainer::create(nullptr));
+    EXPECT_FALSE(IPersistentSearchDirContainer::create(""));
+}
+
+TEST(PersistentSearchDirs, HandlesOnOneFileShareTheirDirectories) {
+    fftest::TempDir tmp;
+    ObjectPtr<IPersistentSearchDirContainer> a =
+        IPersistentSearchDirContainer::create((tmp / "dirs.json").c_str());
+    ObjectPtr<IPersistentSearchDirContainer> b =
+        IPersistentSearchDirContainer::create((tmp.path() + "/./dirs.json").c_str());
+    a->addDirectory(scSymbolFiles, "/a", false, false);
+    b->addDirectory(scSymbolFiles, "/b", false, false);
+    std::vector<Record> both = {{scSymbolFiles, "/a", false, false},
+                                {scSymbolFiles, "/b", false, false}};
+    EXPECT_EQ(both, records(a));
+    a = b = ObjectPtr<IPersistentSearchDirContainer>();
+    EXPECT_EQ(both, records(IPersistentSearchDirContainer::create((tmp / "dirs.json").c_str())));
+}
+
+TEST(PersistentSearchDirs, DamagedEntriesAreLoggedSkippedAndKeptInTheOldFile) {
+    fftest::TempDir tmp;
+    const std::string content =
+        "{\"searchDirs\": [" + entry(R"("symbols")", R"("/good")", "true", R"("high")") + ",\n" +
+        entry(R"("kernels")", R"("/x")", "true", R"("low")") + ",\n" +
+        entry(R"("binaries")", "42", "true", R"("low")") + ",\n" +
+        entry(R"("binaries")", "[47, 300]", "true", R"("low")") + ",\n" +
+        entry(R"("binaries")", R"("/nul\u0000")", "true", R"("low")") + ",\n" +
+        entry(R"("binaries")", R"("/x")", R"("yes")", R"("low")") + ",\n" +
+        entry(R"("binaries")", R"("/x")", "true", R"("urgent")") + ",\n" +
+        R"({"searchCategory": {"category": "all"}, "searchDirectory": {"name": "/x"}})" + ",\n" +
+        R"({"searchDirectory": {"name": "/x", "recursive": true, "priority": "low"}})" + ",\n" +
+        R"("just text", 17,)" + "\n" +
+        entry(R"("sources")", R"("/also good")", "false", R"("low")") + "], \"other\": 1}";
+    const std::string file = tmp.makeFile("dirs.json", content);
+
+    fftest::LogCapture log(log4cplus::ERROR_LOG_LEVEL);
+    ObjectPtr<IPersistentSearchDirContainer> dirs =
+        IPersistentSearchDirContainer::create(file.c_str());
+    EXPECT_EQ((std::vector<Record>{{scSymbolFiles, "/good", true, true},
+                                   {scSourceFiles, "/also good", false, false}}),
+              records(dirs));
+    EXPECT_EQ(10u, log.count(" skipped: ")) << ::testing::PrintToString(log.texts());
+    for (const char* what :
+         {"entry 2 of", "unknown category \"kernels\"", "entry 3 of", "list of bytes",
+          "byte values", "NUL byte", "\"searchDirectory.recursive\" is not true or false: \"yes\"",
+          "\"urgent\"", "missing \"searchDirectory.recursive\"", "missing \"searchCategory\"",
+          "the entry is not an object", "file_finder2/src/ff_persistent_dirs:"})
+        EXPECT_TRUE(log.contains(what)) << what;
+    EXPECT_EQ(content, readText(file));  // untouched until a change
+
+    dirs->addDirectory(scBinaryFiles, "/new", false, false);
+    EXPECT_EQ(content, readText(file + ".corrupt"));
+    dirs = ObjectPtr<IPersistentSearchDirContainer>();
+    log.clear();
+    EXPECT_EQ((std::vector<Record>{{scBinaryFiles, "/new", false, false},
+                                   {scSymbolFiles, "/good", true, true},
+                                   {scSourceFiles, "/also good", false, false}}),
+              records(IPersistentSearchDirContainer::create(file.c_str())));
+    EXPECT_TRUE(log.lines().empty());
+    EXPECT_NE(std::string::npos, readText(file).find("\"other\": 1"));
+}
+
+TEST(PersistentSearchDirs, UnparsableFileLoadsNothingAndIsKeptOnTheNextChange) {
+    fftest::TempDir tmp;
+    for (const std::string& content : {std::string("{\"searchDirs\": [{\"searchCat"),
+                                       std::string("{\"searchDirs\": {\"a\": 1}}"),
+                                       std::string("[1, 2]"), std::string("\xff\xfe garbage")}) {
+        const std::string file = tmp.makeFile("dirs.json", content);
+        fftest::LogCapture log(log4cplus::ERROR_LOG_LEVEL);
+        ObjectPtr<IPersistentSearchDirContainer> dirs =
+            IPersistentSearchDirContainer::create(file.c_str());
+        EXPECT_TRUE(records(dirs).empty());
+        EXPECT_EQ(1u, log.count("Search directories not loaded: ")) << content;
+        EXPECT_EQ(content, readText(file));
+        dirs->addDirectory(scAllFiles, "/x", false, false);
+        EXPECT_EQ(content, readText(file + ".corrupt"));
+        boost::filesystem::remove(file + ".corrupt");
+    }
+}
+
+TEST(PersistentSearchDirs, FailedWriteInAReadOnlyDirectoryKeepsTheOldFile) {
+    fftest::TempDir tmp;
+    const std::string dir = tmp.makeDir("ro");
+    const std::string file = dir + "/dirs.json";
+    IPersistentSearchDirContainer::create(file.c_str())
+        ->addDirectory(scBinaryFiles, "/old", true, false);
+    const std::string before = readText(file);
+    fftest::openToEveryone(tmp.path());
+    ::chmod(dir.c_str(), 0555);
+
+    // As an ordinary user, the directory refuses the temporary file.
+    int status = fftest::runUnprivileged([&] {
+        ObjectPtr<IPersistentSearchDirContainer> dirs =
+            IPersistentSearchDirContainer::create(file.c_str());
+        if (records(dirs).size() != 1) return false;
+        dirs->addDirectory(scBinaryFiles, "/new", false, false);
+        // The change stays in memory, unsaved.
+        return !dirs->isSaved() && records(dirs).size() == 2 && !dirs->save();
+    });
+    EXPECT_EQ(0, status);
+    EXPECT_EQ(before, readText(file));
+    EXPECT_EQ(1u, entryCount(dir));
+}
+
+TEST(PersistentSearchDirs, WriteCutShortByAFullDiskKeepsTheOldFileAndNoTemporary) {
+    fftest::TempDir tmp;
+    const std::string file = tmp / "dirs.json";
+    IPersistentSearchDirContainer::create(file.c_str())
+        ->addDirectory(scBinaryFiles, "/old", true, false);
+    const std::string before = readText(file);
+    fftest::openToEveryone(tmp.path());
+    ::chmod(tmp.path().c_str(), 0777);
+
+    int status = fftest::runUnprivileged([&] {
+        // Files may grow to 64 bytes: the new document does not fit.
+        ::signal(SIGXFSZ, SIG_IGN);
+        struct rlimit limit = {64, 64};
+        if (::setrlimit(RLIMIT_FSIZE, &limit) != 0) return false;
+        fftest::LogCapture log(log4cplus::ERROR_LOG_LEVEL);
+        ObjectPtr<IPersistentSearchDirContainer> dirs =
+            IPersistentSearchDirContainer::create(file.c_str());
+        dirs->addDirectory(scSymbolFiles, "/a/rather/long/directory/name/that/does/not/fit", false,
+                           false);
+        return !dirs->isSaved() && log.contains(std::strerror(EFBIG));
+    });
+    EXPECT_EQ(0, status);
+    EXPECT_EQ(before, readText(file));
+    EXPECT_EQ(1u, entryCount(tmp.path()));
+}
+
+TEST(PersistentSearchDirs, ConcurrentWritersAreSerialisedAndAllLand) {
+    fftest::TempDir tmp;
+    const std::string file = tmp / "dirs.json";
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&file, t] {
+            // Each thread on a handle of its own, as independent parts of a host would.
+            ObjectPtr<IPersistentSearchDirContainer> dirs =
+                IPersistentSearchDirContainer::create(file.c_str());
+            for (int i = 0; i < 25; ++i) {
+                std::string name = "/t" + std::to_string(t) + "/d" + std::to_string(i);
+                dirs->addDirectory(scSourceFiles, name.c_str(), i % 2 == 0, false);
+                if (i == 20 && t == 0) dirs->clear(scBinaryFiles);
+            }
+        });
+    for (std::thread& t : threads) t.join();
+    EXPECT_EQ(100u, records(IPersistentSearchDirContainer::create(file.c_str())).size());
+    EXPECT_EQ(1u, entryCount(tmp.path()));
+}

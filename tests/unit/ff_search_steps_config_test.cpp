@@ -1,0 +1,172 @@
+// The steps configurator: masks per category, the fixed walking order, the error lines of
+// unsupported categories, and the trace dumps.
+#include "ff_search_steps_config.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "ff_searchenv.h"
+#include "ff_string_container.h"
+#include "log_capture.h"
+
+using namespace FF_2_13;
+
+namespace {
+
+std::vector<search_step_t> walk(const ObjectPtr<ISearchStepsIterator>& it) {
+    std::vector<search_step_t> steps;
+    search_step_t step;
+    for (it->reset(); it->current(step); it->next()) steps.push_back(step);
+    return steps;
+}
+
+const std::vector<search_step_t> kDefaultWalk = {ssArchiveSearchDirs,     ssHighPrioritySearchDirs,
+                                                 ssAbsoluteNameLookup,    ssAroundBinaryLookup,
+                                                 ssLowPrioritySearchDirs, ssSystemDirs};
+
+// The error form: text, ", at file: ", the source, ":", a line number.
+bool hasErrorLine(const fftest::LogCapture& log, const std::string& text) {
+    const std::string prefix = text + ", at file: file_finder2/src/ff_search_steps_config:";
+    for (const fftest::LogLine& line : log.lines())
+        if (line.level == log4cplus::ERROR_LOG_LEVEL && line.text.rfind(prefix, 0) == 0 &&
+            line.text.size() > prefix.size() &&
+            line.text.find_first_not_of("0123456789", prefix.size()) == std::string::npos)
+            return true;
+    return false;
+}
+
+}  // namespace
+
+TEST(SearchStepsConfigurator, DefaultsWalkTheSixStepsForEveryCategory) {
+    ObjectPtr<ISearchStepsConfigurator> steps = ISearchStepsConfigurator::create();
+    for (search_category_t c : {scBinaryFiles, scSymbolFiles, scSourceFiles})
+        EXPECT_EQ(kDefaultWalk, walk(steps->getSearchStepsIterator(c, 0))) << c;
+    auto* impl = dynamic_cast<DefaultSearchStepsConfigurator*>(steps.get());
+    ASSERT_NE(nullptr, impl);
+    EXPECT_EQ(63u, impl->getSearchStepsMask(scSymbolFiles));
+}
+
+TEST(SearchStepsConfigurator, CacheStepGoesThirdForItsCategoryOnly) {
+    ObjectPtr<ISearchStepsConfigurator> steps = ISearchStepsConfigurator::create();
+    steps->setStep(ssCacheSearchDir, scSymbolFiles, true);
+    EXPECT_EQ(
+        (std::vector<search_step_t>{ssArchiveSearchDirs, ssHighPrioritySearchDirs, ssCacheSearchDir,
+                                    ssAbsoluteNameLookup, ssAroundBinaryLookup,
+                                    ssLowPrioritySearchDirs, ssSystemDirs}),
+        walk(steps->getSearchStepsIterator(scSymbolFiles, 0)));
+    EXPECT_EQ(kDefaultWalk, walk(steps->getSearchStepsIterator(scBinaryFiles, 0)));
+    EXPECT_EQ(kDefaultWalk, walk(steps->getSearchStepsIterator(scSourceFiles, 0)));
+}
+
+TEST(SearchStepsConfigurator, AskUserChangesTheMaskButNeverTheWalk) {
+    DefaultSearchStepsConfigurator steps;
+    steps.addRef();  // on the stack: never deleted by counting
+    steps.setStep(ssAskUser, scSourceFiles, true);
+    EXPECT_EQ(127u, steps.getSearchStepsMask(scSourceFiles));
+    EXPECT_EQ(kDefaultWalk, walk(steps.getSearchStepsIterator(scSourceFiles, 0)));
+}
+
+TEST(SearchStepsConfigurator, StepValueIsARawMaskAndHighBitsAreIgnored) {
+    DefaultSearchStepsConfigurator steps;
+    steps.addRef();
+    steps.setStep(static_cast<search_step_t>(ssSystemDirs | ssArchiveSearchDirs), scBinaryFiles,
+                  false);
+    EXPECT_EQ(30u, steps.getSearchStepsMask(scBinaryFiles));
+    EXPECT_EQ(
+        (std::vector<search_step_t>{ssHighPrioritySearchDirs, ssCacheSearchDir, ssSystemDirs}),
+        walk(steps.getSearchStepsIterator(2 | 128 | 256 | 1024 | 32)));
+    EXPECT_TRUE(walk(steps.getSearchStepsIterator(0)).empty());
+}
+
+TEST(SearchStepsConfigurator, StoredMaskDecidesNotTheMaskArgument) {
+    ObjectPtr<ISearchStepsConfigurator> steps = ISearchStepsConfigurator::create();
+    steps->setStep(ssAroundBinaryLookup, scBinaryFiles, false);
+    std::vector<search_step_t> expected = {ssArchiveSearchDirs, ssHighPrioritySearchDirs,
+                                           ssAbsoluteNameLookup, ssLowPrioritySearchDirs,
+                                           ssSystemDirs};
+    EXPECT_EQ(expected, walk(steps->getSearchStepsIterator(scBinaryFiles, 0)));
+    EXPECT_EQ(expected, walk(steps->getSearchStepsIterator(scBinaryFiles, ~0ULL)));
+}
+
+TEST(SearchStepsConfigurator, AllFilesHasNoMaskAndSaysSo) {
+    fftest::LogCapture log(log4cplus::ERROR_LOG_LEVEL);
+    ObjectPtr<ISearchStepsConfigurator> steps = ISearchStepsConfigurator::create();
+    EXPECT_TRUE(walk(steps->getSearchStepsIterator(scAllFiles, 63)).empty());
+    EXPECT_TRUE(hasErrorLine(log, "Unexpected value.")) << ::testing::PrintToString(log.texts());
+
+    log.clear();
+    steps->setStep(ssSystemDirs, scAllFiles, false);
+    steps->setStep(ssSystemDirs, static_cast<search_category_t>(0), false);
+    EXPECT_EQ(2u, log.count("Unsupported search category"));
+    EXPECT_TRUE(hasErrorLine(log, "Unsupported search category"));
+    for (search_category_t c : {scBinaryFiles, scSymbolFiles, scSourceFiles})
+        EXPECT_EQ(kDefaultWalk, walk(steps->getSearchStepsIterator(c, 0)));
+}
+
+TEST(SearchStepsIterator, NextOntoTheEndIsFalseAndCurrentThenLeavesTheStep) {
+    DefaultSearchStepsIterator it(ssSystemDirs | ssLowPrioritySearchDirs);
+    it.addRef();
+    search_step_t step = ssAskUser;
+    ASSERT_TRUE(it.current(step));
+    EXPECT_EQ(ssLowPrioritySearchDirs, step);
+    EXPECT_TRUE(it.next());
+    ASSERT_TRUE(it.current(step));
+    EXPECT_EQ(ssSystemDirs, step);
+    EXPECT_FALSE(it.next());
+    step = ssAskUser;
+    EXPECT_FALSE(it.current(step));
+    EXPECT_EQ(ssAskUser, step);
+    EXPECT_FALSE(it.next());
+}
+
+TEST(SearchStepsIterator, IsASnapshotOfTheMask) {
+    ObjectPtr<ISearchStepsConfigurator> steps = ISearchStepsConfigurator::create();
+    ObjectPtr<ISearchStepsIterator> before = steps->getSearchStepsIterator(scSourceFiles, 0);
+    steps->setStep(static_cast<search_step_t>(63), scSourceFiles, false);
+    EXPECT_EQ(kDefaultWalk, walk(before));
+    EXPECT_TRUE(walk(steps->getSearchStepsIterator(scSourceFiles, 0)).empty());
+}
+
+TEST(Dump, NamesEachStepAndNothingElse) {
+    EXPECT_EQ("ssArchiveSearchDirs", dump(ssArchiveSearchDirs));
+    EXPECT_EQ("ssHighPrioritySearchDirs", dump(ssHighPrioritySearchDirs));
+    EXPECT_EQ("ssAbsoluteNameLookup", dump(ssAbsoluteNameLookup));
+    EXPECT_EQ("ssAroundBinaryLookup", dump(ssAroundBinaryLookup));
+    EXPECT_EQ("ssLowPrioritySearchDirs", dump(ssLowPrioritySearchDirs));
+    EXPECT_EQ("ssSystemDirs", dump(ssSystemDirs));
+    EXPECT_EQ("ssAskUser", dump(ssAskUser));
+    EXPECT_EQ("ssCacheSearchDir", dump(ssCacheSearchDir));
+    for (unsigned value : {0u, 3u, 256u, 0xFFFFFFFFu})
+        EXPECT_EQ("Unknown search step", dump(static_cast<search_step_t>(value)));
+}
+
+TEST(Dump, StringContainerJoinsWithCommaBlank) {
+    StringContainer strings;
+    EXPECT_EQ("[StringContainer: m_list = ]", dump(strings));
+    strings.add("/a b");
+    strings.add(nullptr);
+    strings.add("");
+    strings.add("/c");
+    EXPECT_EQ("[StringContainer: m_list = /a b, , /c]", dump(strings));
+    EXPECT_EQ(3u, strings.size());
+    EXPECT_EQ(nullptr, strings.get(3));
+}
+
+TEST(Dump, SearchEnvWritesTheFlagsWithTheirOddBlanks) {
+    EXPECT_EQ("[ISearchEnv: searchDirs = NULL pointer]",
+              dump(ObjectPtr<ISearchEnv>(), scBinaryFiles));
+    ObjectPtr<IEditableSearchEnv> env = IEditableSearchEnv::create();
+    EXPECT_EQ("[ISearchEnv: searchDirs = ]", dump(env, scBinaryFiles));
+
+    ObjectPtr<IEditableSearchDirContainer> dirs = IEditableSearchDirContainer::create();
+    dirs->addDirectory(scBinaryFiles, "/plain", false, false);
+    dirs->addDirectory(scBinaryFiles, "/rec", true, false);
+    dirs->addDirectory(scBinaryFiles, "/high", false, true);
+    dirs->addDirectory(scBinaryFiles, "/both", true, true);
+    env->setSearchDirs(dirs);
+    EXPECT_EQ(
+        "[ISearchEnv: searchDirs = /plain ( ), /rec (Recursive,  ), /high ( HighPriority), "
+        "/both (Recursive,  HighPriority)]",
+        dump(env, scBinaryFiles));
+}
