@@ -69,5 +69,30 @@ FF_EXPORT std::string getUserId();
 /// True when `s` is null or "".
 FF_EXPORT bool isStringEmpty(const char* s);
 
+// ---------------------------------------------------------------------------------------
+// Archiving and temporary directories
+
+/// Result codes of archiveFile and createUniqueTempDir.
+enum : unsigned int {
+    kArchiveDone = 0,                   ///< copied (or the directory was made)
+    kArchiveNoCalculator = 2,           ///< no checksum calculator could be had
+    kArchiveNoChecksum = 3,             ///< the file's checksum could not be computed
+    kArchiveCannotCreateDirectory = 4,  ///< a directory could not be created
+    kArchiveCopyFailed = 5,             ///< copying into the archive failed
+    kArchiveAlreadyThere = 6            ///< the file is in the archive already; nothing copied
+};
+
+/// Copies `file` to archiveDir/[subDir/]N/D/N, N its last path component and D its MD5
+/// digest text, creating each missing level. `subDir` may be null. On 0 and 6
+/// `archivedPath` holds the archived copy. A partial copy never stands under the final
+/// name, nothing existing is overwritten, and the source (with `removeSource`) is removed
+/// only after a complete copy.
+FF_EXPORT unsigned int archiveFile(const char* file, const char* archiveDir, const char* subDir,
+                                   std::string& archivedPath, bool removeSource);
+
+/// Makes a new directory "ff-%%%%-%%%%-%%%%-%%%%" (each % a random hex digit), mode 0700,
+/// under the per-user data directory; 0 and its path in `dir`, or 4 after 30 attempts.
+FF_EXPORT unsigned int createUniqueTempDir(std::string& dir);
+
 }  // namespace utils
 }  // namespace FF_2_13

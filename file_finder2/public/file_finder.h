@@ -27,3 +27,4 @@
 #include "ff_searchenv.h"
 #include "ff_persistent_dirs.h"
 #include "ff_cmdline_dirs.h"
+#include "ff_search.h"

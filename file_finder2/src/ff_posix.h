@@ -34,6 +34,18 @@ bool runningKernelRelease(std::string& release);
 /// password entry; false when neither gives a name.
 bool loginName(std::string& name);
 
+/// True when `path` itself (not what a symbolic link points to) is a regular file.
+bool isRegularFileNoFollow(const char* path);
+
+/// Creates one directory with mode 0700; false when it exists or cannot be made.
+bool makePrivateDirectory(const char* path);
+
+enum class CopyResult { done, targetExists, failed };
+/// Copies `source` to `target` without ever exposing a partial file under `target`:
+/// the bytes go to a temporary file beside it (created exclusively, not through a
+/// symbolic link), which is flushed to disk and then renamed to `target` without
+/// replacing an existing entry. On any failure the temporary file is removed.
+CopyResult copyFileIntoPlace(const char* source, const char* target);
 /// Creates `path` as a new, empty regular file open for writing: never over an existing
 /// entry and never through a symbolic link (O_CREAT | O_EXCL | O_NOFOLLOW), mode 0666
 /// less the umask, as a stream would create it. Returns the descriptor, or -1.

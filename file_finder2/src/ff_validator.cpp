@@ -3,6 +3,7 @@
 
 #include <QORAL_2_18/generic.h>
 
+#include "ff_kernel_image.h"
 #include "ff_log.h"
 #include "ff_messages_impl.h"
 #include "ff_names.h"
@@ -14,8 +15,6 @@ namespace FF_2_13 {
 namespace {
 
 constexpr char kLogSource[] = "file_finder2/src/ff_validator";
-// The uncompressed kernel image, the one relative name the remote system can answer for.
-constexpr char kKernelImageName[] = "vmlinux";
 constexpr char kChecksumMismatchId[] = "%CannotMatchFileWithChecksumMismatch";
 
 ObjectPtr<IValidatedFile> accepted(const char* name, confidence_t confidence, search_step_t step) {
@@ -86,7 +85,7 @@ void Validator::fetchRemoteChecksum() {
     // the bare kernel image name mean something there.
     std::string remoteName = m_requestedName;
     const bool linuxName = fixLinuxName(remoteName);
-    if (!linuxName && !utils::isAbsolutePath(remoteName.c_str()) && remoteName != kKernelImageName)
+    if (!linuxName && !utils::isAbsolutePath(remoteName.c_str()) && remoteName != VMLINUX)
         return;
     ObjectPtr<IChecksum> fetched;
     // Kept only on success: a failed fetch is tried again with the next candidate.

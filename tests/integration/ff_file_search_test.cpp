@@ -1,0 +1,357 @@
+// End-to-end searches on temporary trees: the search protocol with its callbacks, the
+// kernel fallbacks and images, duplicates, and concurrent searches.
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+#include <atomic>
+#include <fstream>
+#include <iterator>
+#include <thread>
+
+#include "ff_file_search.h"
+#include "ff_kernel_image.h"
+#include "ff_searchdirs.h"
+#include "ff_searchenv.h"
+#include "ff_utils.h"
+#include "log_capture.h"
+#include "tarnbase2/tarnbase2.h"
+#include "temp_dir.h"
+
+using namespace FF_2_13;
+
+namespace {
+
+class ScopedUserDataDir {
+public:
+    explicit ScopedUserDataDir(const std::string& dir) {
+        tarnbase2::IProductLocations::setUserDataDir(dir.c_str());
+    }
+    ~ScopedUserDataDir() { tarnbase2::IProductLocations::setUserDataDir(nullptr); }
+};
+
+class StartedCallback : public ISearchStartedCallback {
+public:
+    ~StartedCallback() override { disconnectHolders(); }
+    bool binFileSearchStarted(const char* fileName, IStringContainer& strings) override {
+        return record(fileName, strings);
+    }
+    bool symFileSearchStarted(const char* fileName, const char*, const char*,
+                              IStringContainer& strings) override {
+        return record(fileName, strings);
+    }
+    bool srcFileSearchStarted(const char* fileName, const char*, const char*,
+                              IStringContainer& strings) override {
+        return record(fileName, strings);
+    }
+    std::vector<std::string> names;
+    std::string suggestion;
+    bool answer = true;
+
+private:
+    bool record(const char* fileName, IStringContainer& strings) {
+        names.push_back(fileName);
+        if (!suggestion.empty()) strings.add(suggestion.c_str());
+        return answer;
+    }
+};
+
+// Takes the n-th valid file the iterator yields (1-based), running steps as it goes.
+class TakeNth : public IFilesFoundCallback {
+public:
+    explicit TakeNth(int n) : m_n(n) {}
+    ~TakeNth() override { disconnectHolders(); }
+    ObjectPtr<IValidFile> binFilesFound(const char*, IValidFileIterator& valid) override {
+        return take(valid);
+    }
+    ObjectPtr<IValidFile> symFilesFound(const char*, const char*, const char*,
+                                        IValidFileIterator& valid) override {
+        return take(valid);
+    }
+    ObjectPtr<IValidFile> srcFilesFound(const char*, const char*, const char*,
+                                        IValidFileIterator& valid) override {
+        return take(valid);
+    }
+    std::vector<std::string> seen;
+
+private:
+    ObjectPtr<IValidFile> take(IValidFileIterator& valid) {
+        ObjectPtr<IValidFile> file;
+        for (int i = 0; i < m_n; ++i) {
+            file = valid.next();
+            if (!file) break;
+            seen.push_back(file->name());
+        }
+        return file;
+    }
+    int m_n;
+};
+
+class NoFilesCallback : public INoFilesFoundCallback {
+public:
+    ~NoFilesCallback() override { disconnectHolders(); }
+    ObjectPtr<IValidFile> noBinFilesFound(const char*, IValidator& validator,
+                                          IInvalidFileIterator& invalid,
+                                          IValidFileIterator& valid) override {
+        return look(validator, invalid, valid);
+    }
+    ObjectPtr<IValidFile> noSymFilesFound(const char*, const char*, const char*,
+                                          IValidator& validator, IInvalidFileIterator& invalid,
+                                          IValidFileIterator& valid) override {
+        return look(validator, invalid, valid);
+    }
+    ObjectPtr<IValidFile> noSrcFilesFound(const char*, const char*, const char*,
+                                          IValidator& validator, IInvalidFileIterator& invalid,
+                                          IValidFileIterator& valid) override {
+        return look(validator, invalid, valid);
+    }
+    std::vector<std::string> invalidNames, invalidMessages, validNames;
+    bool forceFirstInvalid = false;
+
+private:
+    ObjectPtr<IValidFile> look(IValidator&, IInvalidFileIterator& invalid,
+                               IValidFileIterator& valid) {
+        ObjectPtr<IValidFile> result;
+        while (ObjectPtr<IInvalidFile> file = invalid.next()) {
+            invalidNames.push_back(file->name());
+            invalidMessages.push_back(file->errorMessage());
+            if (forceFirstInvalid && !result) result = file->forceTreatAsValid();
+        }
+        while (ObjectPtr<IValidFile> file = valid.next()) validNames.push_back(file->name());
+        return result;
+    }
+};
+
+// Rejects every candidate whose name contains `part`.
+class RejectNames : public IValidatorCallback {
+public:
+    explicit RejectNames(std::string part) : m_part(std::move(part)) {}
+    unsigned int validate(const char* name, IErrorInfoContainer& info) override {
+        if (std::string(name).find(m_part) == std::string::npos) return vrValid;
+        info.setSeverity(svMild);
+        info.setErrorMessage("rejected by test");
+        return vrInvalid;
+    }
+
+private:
+    std::string m_part;
+};
+
+class SearchTest : public ::testing::Test {
+protected:
+    SearchTest() : env(IEditableSearchEnv::create()), dirs(IEditableSearchDirContainer::create()) {
+        env->setSearchDirs(dirs);
+    }
+    ObjectPtr<IFileSearch> search() { return IFileSearch::create(env); }
+
+    fftest::TempDir tmp;
+    ObjectPtr<IEditableSearchEnv> env;
+    ObjectPtr<IEditableSearchDirContainer> dirs;
+};
+
+std::string gzipOf(const std::string& data) {
+    std::string out(compressBound(static_cast<uLong>(data.size())) + 64, '\0');
+    z_stream stream{};
+    deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, 31, 8, Z_DEFAULT_STRATEGY);
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data.data()));
+    stream.avail_in = static_cast<uInt>(data.size());
+    stream.next_out = reinterpret_cast<Bytef*>(&out[0]);
+    stream.avail_out = static_cast<uInt>(out.size());
+    deflate(&stream, Z_FINISH);
+    out.resize(stream.total_out);
+    deflateEnd(&stream);
+    return out;
+}
+
+}  // namespace
+
+TEST_F(SearchTest, EmptyNamesReturnNullBeforeAnyCallback) {
+    StartedCallback started;
+    env->setSearchStartedCallback(&started);
+    EXPECT_FALSE(search()->findBinFile(nullptr, nullptr, nullptr, 0));
+    EXPECT_FALSE(search()->findBinFile("", nullptr, nullptr, 0));
+    EXPECT_FALSE(search()->findSymFile("", "/bin/x", nullptr, nullptr, nullptr, nullptr, nullptr));
+    EXPECT_FALSE(search()->findSrcFile(nullptr, "/bin/x", nullptr, nullptr, nullptr));
+    EXPECT_TRUE(started.names.empty());
+    EXPECT_FALSE(
+        IFileSearch::create(ObjectPtr<ISearchEnv>())->findBinFile("x", nullptr, nullptr, 0));
+}
+
+TEST_F(SearchTest, StepsRunInTheirOrderAndTheFilesFoundCallbackCanWalkOn) {
+    const std::string high = tmp.makeFile("high/libx.so");
+    const std::string low = tmp.makeFile("low/sub/libx.so");
+    dirs->addDirectory(scBinaryFiles, (tmp / "low").c_str(), true, false);
+    dirs->addDirectory(scBinaryFiles, (tmp / "high").c_str(), false, true);
+
+    ObjectPtr<IValidFile> found =
+        search()->findBinFile("/somewhere/else/libx.so", nullptr, nullptr, 0);
+    ASSERT_TRUE(found);
+    EXPECT_EQ(high, found->name());
+    EXPECT_EQ(ssHighPrioritySearchDirs, found->searchStep());
+    EXPECT_EQ(cfPolicyHigh, found->confidence());  // undecided without a policy: accepted as 1
+
+    // The files-found callback walks on: the second file comes from a later step.
+    TakeNth second(2);
+    env->setFilesFoundCallback(&second);
+    found = search()->findBinFile("/somewhere/else/libx.so", nullptr, nullptr, 0);
+    ASSERT_TRUE(found);
+    EXPECT_EQ(low, found->name());
+    EXPECT_EQ(ssLowPrioritySearchDirs, found->searchStep());
+}
+
+TEST_F(SearchTest, AValidSuggestionComesFirst) {
+    const std::string suggested = tmp.makeFile("suggested/libx.so");
+    const std::string inDir = tmp.makeFile("dir/libx.so");
+    dirs->addDirectory(scBinaryFiles, (tmp / "dir").c_str(), false, true);
+    {
+        TakeNth all(5);
+        env->setFilesFoundCallback(&all);
+        search()->findBinFile("libx.so", nullptr, suggested.c_str(), 0);
+        EXPECT_EQ((std::vector<std::string>{suggested, inDir}), all.seen);
+    }
+    ObjectPtr<IValidFile> first = search()->findBinFile("libx.so", nullptr, suggested.c_str(), 0);
+    ASSERT_TRUE(first);
+    EXPECT_EQ(suggested, first->name());
+    EXPECT_EQ(ssAskUser, first->searchStep());
+}
+
+TEST_F(SearchTest, SearchStartedFalseRunsNoStepAndReachesNoFilesFound) {
+    tmp.makeFile("dir/libx.so");
+    const std::string suggested = tmp.makeFile("suggested/libx.so");
+    dirs->addDirectory(scBinaryFiles, (tmp / "dir").c_str(), false, true);
+    StartedCallback started;
+    started.answer = false;
+    started.suggestion = suggested;
+    NoFilesCallback noFiles;
+    env->setSearchStartedCallback(&started);
+    env->setNoFilesFoundCallback(&noFiles);
+    EXPECT_FALSE(search()->findBinFile("libx.so", nullptr, nullptr, 0));
+    // The valid suggestion is visible, not returned; no step ran, so the file in the
+    // directory was never seen.
+    EXPECT_EQ((std::vector<std::string>{suggested}), noFiles.validNames);
+    EXPECT_TRUE(noFiles.invalidNames.empty());
+}
+
+TEST_F(SearchTest, NoFilesFoundSeesRejectedCandidatesAndMaySupplyOne) {
+    const std::string rejected = tmp.makeFile("dir/libx.so");
+    dirs->addDirectory(scBinaryFiles, (tmp / "dir").c_str(), false, true);
+    RejectNames rejectAll("libx");
+    NoFilesCallback noFiles;
+    env->setNoFilesFoundCallback(&noFiles);
+    EXPECT_FALSE(search()->findBinFile("libx.so", &rejectAll, nullptr, 0));
+    EXPECT_EQ((std::vector<std::string>{rejected}), noFiles.invalidNames);
+    EXPECT_EQ((std::vector<std::string>{"rejected by test"}), noFiles.invalidMessages);
+
+    noFiles.forceFirstInvalid = true;
+    ObjectPtr<IValidFile> forced = search()->findBinFile("libx.so", &rejectAll, nullptr, 0);
+    ASSERT_TRUE(forced);
+    EXPECT_EQ(rejected, forced->name());
+    EXPECT_EQ(cfAccepted, forced->confidence());
+}
+
+TEST_F(SearchTest, EachCategoryFindsItsFilesEndToEnd) {
+    const std::string binary = tmp.makeFile("app/bin/tool");
+    const std::string symbols = tmp.makeFile("app/bin/.debug/tool.debug");
+    const std::string source = tmp.makeFile("src/tree/main.c");
+    dirs->addDirectory(scSourceFiles, (tmp / "src").c_str(), true, false);
+
+    ObjectPtr<IValidFile> bin = search()->findBinFile(binary.c_str(), nullptr, nullptr, 0);
+    ASSERT_TRUE(bin);
+    EXPECT_EQ(ssAbsoluteNameLookup, bin->searchStep());
+    ObjectPtr<IValidFile> sym = search()->findSymFile("tool.debug", bin->name(), nullptr, nullptr,
+                                                      nullptr, nullptr, nullptr);
+    ASSERT_TRUE(sym);
+    EXPECT_EQ(symbols, sym->name());
+    EXPECT_EQ(ssAroundBinaryLookup, sym->searchStep());
+    ObjectPtr<IValidFile> src =
+        search()->findSrcFile("/build/machine/tree/main.c", bin->name(), nullptr, nullptr, nullptr);
+    ASSERT_TRUE(src);
+    EXPECT_EQ(source, src->name());
+    EXPECT_EQ(ssLowPrioritySearchDirs, src->searchStep());
+}
+
+TEST_F(SearchTest, VmlinuxFallsBackToTheImagesOfTheRecordedRelease) {
+    ObjectPtr<IEditableEnvironmentInfo> info = IEditableEnvironmentInfo::create();
+    info->setKernelRelease("0.0.0-ff-test");
+    env->setEnvironmentInfo(info);
+    StartedCallback started;
+    env->setSearchStartedCallback(&started);
+    // Nothing of that release exists on any machine: all three searches miss.
+    EXPECT_FALSE(search()->findBinFile("vmlinux", nullptr, nullptr, 0));
+    EXPECT_EQ((std::vector<std::string>{"vmlinux", "/boot/vmlinux-0.0.0-ff-test",
+                                        "/boot/vmlinuz-0.0.0-ff-test"}),
+              started.names);
+}
+
+TEST_F(SearchTest, ACompressedKernelIsUnpackedOnceAndFoundAgainFromTheCache) {
+    ScopedUserDataDir userData(tmp / "userdata");
+    const std::string kernel(300000, 'K');
+    tmp.makeFile("kernels/vmlinuz-9.9", std::string(16384, 'J') + gzipOf(kernel));
+    dirs->addDirectory(scBinaryFiles, (tmp / "kernels").c_str(), false, true);
+    RejectNames rejectCompressed("vmlinuz");
+
+    fftest::LogCapture log(log4cplus::INFO_LOG_LEVEL);
+    ObjectPtr<IValidFile> image =
+        search()->findBinFile("vmlinuz-9.9", &rejectCompressed, nullptr, 0);
+    ASSERT_TRUE(image);
+    EXPECT_NE(std::string::npos, std::string(image->name()).find("/userdata/vmlinux_cache/"));
+    EXPECT_EQ(VMLINUX, utils::getFileNameOnly(image->name()));
+    EXPECT_EQ(ssHighPrioritySearchDirs, image->searchStep());
+    std::ifstream in(image->name(), std::ios::binary);
+    EXPECT_EQ(kernel, std::string(std::istreambuf_iterator<char>(in), {}));
+    EXPECT_EQ(1u, log.count(" was extracted from "));
+
+    ObjectPtr<IValidFile> again =
+        search()->findBinFile("vmlinuz-9.9", &rejectCompressed, nullptr, 0);
+    ASSERT_TRUE(again);
+    EXPECT_STREQ(image->name(), again->name());
+    EXPECT_EQ(1u, log.count(" was extracted from "));  // no second extraction
+}
+
+TEST_F(SearchTest, AFileOfferedByTwoStepsIsRecordedOnce) {
+    const std::string file = tmp.makeFile("dir/libx.so");
+    dirs->addDirectory(scBinaryFiles, (tmp / "dir").c_str(), false, true);
+    // The same directory, spelt otherwise, among the low-priority ones of every category.
+    dirs->addDirectory(scAllFiles, (tmp / "dir/sub/..").c_str(), false, false);
+    TakeNth all(10);
+    env->setFilesFoundCallback(&all);
+    fftest::LogCapture log(log4cplus::INFO_LOG_LEVEL);
+    search()->findBinFile("libx.so", nullptr, nullptr, 0);
+    EXPECT_EQ((std::vector<std::string>{file}), all.seen);
+    EXPECT_EQ(1u, log.count("*** VALID_DUBLICAT "));
+}
+
+TEST_F(SearchTest, ManyThreadsShareOneFileSearch) {
+    std::vector<std::string> files;
+    for (int i = 0; i < 8; ++i)
+        files.push_back(
+            tmp.makeFile("tree/d" + std::to_string(i) + "/f" + std::to_string(i) + ".so"));
+    dirs->addDirectory(scBinaryFiles, (tmp / "tree").c_str(), true, false);
+    ObjectPtr<IFileSearch> shared = search();
+    std::atomic<int> wrong{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&, t] {
+            for (int round = 0; round < 20; ++round) {
+                const int i = (t + round) % 8;
+                const std::string name = "f" + std::to_string(i) + ".so";
+                ObjectPtr<IValidFile> found =
+                    shared->findBinFile(name.c_str(), nullptr, nullptr, 0);
+                if (!found || files[i] != found->name()) ++wrong;
+            }
+        });
+    }
+    for (std::thread& t : threads) t.join();
+    EXPECT_EQ(0, wrong.load());
+}
+
+TEST_F(SearchTest, ACallbackDestroyedBetweenSearchesIsNoLongerCalled) {
+    tmp.makeFile("dir/libx.so");
+    dirs->addDirectory(scBinaryFiles, (tmp / "dir").c_str(), false, true);
+    ObjectPtr<IFileSearch> s = search();
+    {
+        TakeNth none(0);  // chooses nothing
+        env->setFilesFoundCallback(&none);
+        EXPECT_FALSE(s->findBinFile("libx.so", nullptr, nullptr, 0));
+    }
+    EXPECT_TRUE(s->findBinFile("libx.so", nullptr, nullptr, 0));
+}
