@@ -28,3 +28,4 @@
 #include "ff_persistent_dirs.h"
 #include "ff_cmdline_dirs.h"
 #include "ff_search.h"
+#include "ff_context.h"

@@ -1,0 +1,261 @@
+// Resolution contexts: creation, chains, what createSearchEnv takes from which level,
+// captures, archiving, and the typical request end to end. Every test makes its
+// contexts from its own temporary directory, because the manager lives for the process.
+#include <gtest/gtest.h>
+
+#include <boost/filesystem.hpp>
+#include <stdexcept>
+#include <thread>
+
+#include "ff_context.h"
+#include "ff_context_mgr.h"
+#include "ff_utils.h"
+#include "log_capture.h"
+#include "temp_dir.h"
+
+using namespace FF_2_13;
+
+namespace {
+
+class Started : public ISearchStartedCallback {
+public:
+    ~Started() override { disconnectHolders(); }
+    bool binFileSearchStarted(const char*, IStringContainer&) override { return true; }
+    bool symFileSearchStarted(const char*, const char*, const char*, IStringContainer&) override {
+        return true;
+    }
+    bool srcFileSearchStarted(const char*, const char*, const char*, IStringContainer&) override {
+        return true;
+    }
+};
+
+class NoFiles : public INoFilesFoundCallback {
+public:
+    ~NoFiles() override { disconnectHolders(); }
+    ObjectPtr<IValidFile> noBinFilesFound(const char*, IValidator&, IInvalidFileIterator&,
+                                          IValidFileIterator&) override {
+        return {};
+    }
+    ObjectPtr<IValidFile> noSymFilesFound(const char*, const char*, const char*, IValidator&,
+                                          IInvalidFileIterator&, IValidFileIterator&) override {
+        return {};
+    }
+    ObjectPtr<IValidFile> noSrcFilesFound(const char*, const char*, const char*, IValidator&,
+                                          IInvalidFileIterator&, IValidFileIterator&) override {
+        return {};
+    }
+};
+
+class Policy : public IConfidenceLevelPolicyCallback {
+public:
+    explicit Policy(unsigned int answer) : m_answer(answer) {}
+    ~Policy() override { disconnectHolders(); }
+    unsigned int getConfidenceLevel(search_category_t, unsigned int) override { return m_answer; }
+
+private:
+    unsigned int m_answer;
+};
+
+std::vector<std::string> dirsOf(const ObjectPtr<ISearchEnv>& env, search_category_t category,
+                                bool archive = false) {
+    std::vector<std::string> result;
+    ObjectPtr<ISearchDirIterator> it =
+        archive ? env->archiveDirs(category) : env->searchDirs(category);
+    if (!it) return result;
+    it->reset();
+    const char* name = nullptr;
+    bool recursive = false, high = false;
+    while (it->getCurrentRecord(name, recursive, high)) {
+        result.push_back(name);
+        it->next();
+    }
+    return result;
+}
+
+class ContextTest : public ::testing::Test {
+protected:
+    ContextTest() : mgr(IResolutionContextMgr::create()) {}
+    ObjectPtr<IResolutionContext> context(const std::string& name) {
+        return mgr->createFileSystemContext((tmp / name).c_str(), false);
+    }
+    ObjectPtr<IEditableSearchDirContainer> dirsWith(search_category_t category,
+                                                    const std::string& dir, bool recursive = false,
+                                                    bool high = false) {
+        ObjectPtr<IEditableSearchDirContainer> dirs = IEditableSearchDirContainer::create();
+        dirs->addDirectory(category, dir.c_str(), recursive, high);
+        return dirs;
+    }
+
+    fftest::TempDir tmp;
+    ObjectPtr<IResolutionContextMgr> mgr;
+};
+
+}  // namespace
+
+TEST_F(ContextTest, TheManagerIsOneObject) {
+    EXPECT_EQ(mgr, IResolutionContextMgr::create());
+    EXPECT_EQ(utils::getUserId(), mgr->createUserWideContext()->getUniqueID());
+}
+
+TEST_F(ContextTest, FileSystemContextsNeedAName) {
+    fftest::LogCapture log(log4cplus::INFO_LOG_LEVEL);
+    EXPECT_FALSE(mgr->createFileSystemContext(nullptr, false));
+    EXPECT_FALSE(mgr->createFileSystemContext("", true));
+    EXPECT_FALSE(mgr->createResultDirectoryContext(nullptr));
+    EXPECT_EQ(3u, log.count("No context created!"));
+    // "." is a name whose canonical form is empty.
+    EXPECT_FALSE(mgr->createFileSystemContext(".", false));
+    EXPECT_EQ(1u, log.count("ContextId: NULL"));
+}
+
+TEST_F(ContextTest, TwoSpellingsOfOneDirectoryShareTheirMetadata) {
+    ObjectPtr<IResolutionContext> a = mgr->createFileSystemContext((tmp / "proj/").c_str(), false);
+    ObjectPtr<IResolutionContext> b =
+        mgr->createFileSystemContext((tmp / "x/../proj").c_str(), true);
+    EXPECT_STREQ(a->getUniqueID(), b->getUniqueID());
+    mgr->registerCacheDir(*a, "/cache");
+    EXPECT_STREQ("/cache", mgr->createSearchEnv(*b, "c", nullptr)->cacheDir());
+}
+
+TEST_F(ContextTest, AResultDirectoryIsPresetOnce) {
+    const std::string dir = tmp / "result";
+    mgr->createResultDirectoryContext(dir.c_str());
+    ObjectPtr<IResolutionContext> result = mgr->createResultDirectoryContext(dir.c_str());
+    ObjectPtr<ISearchEnv> env = mgr->createSearchEnv(*result, "c", nullptr);
+    EXPECT_EQ((std::vector<std::string>{dir + "/binaries"}), dirsOf(env, scBinaryFiles));
+    EXPECT_EQ((std::vector<std::string>{dir + "/symbols", dir + "/binaries"}),
+              dirsOf(env, scSymbolFiles));
+    EXPECT_EQ((std::vector<std::string>{dir + "/sources"}), dirsOf(env, scSourceFiles));
+    EXPECT_EQ((std::vector<std::string>{dir + "/all"}), dirsOf(env, scAllFiles));
+    EXPECT_EQ((std::vector<std::string>{dir + "/archive/symbols"}),
+              dirsOf(env, scSymbolFiles, true));
+}
+
+TEST_F(ContextTest, TheNearestCallbackWinsAndTheDefaultClientLendsOnlyTwo) {
+    ObjectPtr<IResolutionContext> child = context("child");
+    ObjectPtr<IResolutionContext> parent = context("parent");
+    EXPECT_TRUE(mgr->addInheritance(*child, *parent));
+    Started nearer, farther, shared;
+    NoFiles sharedNoFiles;
+    Policy sharedPolicy(1);
+    mgr->registerSearchStartedCallback(*parent, "c", &farther);
+    EXPECT_EQ(&farther, mgr->createSearchEnv(*child, "c", nullptr)->searchStartedCallback().get());
+    mgr->registerSearchStartedCallback(*child, "c", &nearer);
+    EXPECT_EQ(&nearer, mgr->createSearchEnv(*child, "c", nullptr)->searchStartedCallback().get());
+
+    mgr->registerSearchStartedCallback(*child, "", &shared);
+    mgr->registerNoFilesFoundCallback(*child, "", &sharedNoFiles);
+    mgr->registerConfidenceLevelPolicyCallback(*child, "", &sharedPolicy);
+    ObjectPtr<ISearchEnv> other = mgr->createSearchEnv(*child, "d", nullptr);
+    EXPECT_EQ(nullptr, other->searchStartedCallback().get());
+    EXPECT_EQ(&sharedNoFiles, other->noFilesFoundCallback().get());
+    EXPECT_EQ(&sharedPolicy, other->confidenceLevelPolicyCallback().get());
+
+    // Without a client id nothing registered per client applies.
+    ObjectPtr<ISearchEnv> anonymous = mgr->createSearchEnv(*child, nullptr, nullptr);
+    EXPECT_EQ(nullptr, anonymous->noFilesFoundCallback().get());
+    EXPECT_THROW(mgr->registerSearchStartedCallback(*child, nullptr, &nearer), std::logic_error);
+}
+
+TEST_F(ContextTest, TheEnvironmentInfoArgumentWinsOverEveryContext) {
+    ObjectPtr<IResolutionContext> ctx = context("ctx");
+    ObjectPtr<IEditableEnvironmentInfo> registered = IEditableEnvironmentInfo::create();
+    ObjectPtr<IEditableEnvironmentInfo> given = IEditableEnvironmentInfo::create();
+    mgr->registerEnvironmentInfo(*ctx, "", registered);
+    EXPECT_EQ(registered, mgr->createSearchEnv(*ctx, "c", nullptr)->environmentInfo());
+    EXPECT_EQ(given, mgr->createSearchEnv(*ctx, "c", given)->environmentInfo());
+}
+
+TEST_F(ContextTest, ACaptureHidesLaterDirectoriesForItsClientOnly) {
+    ObjectPtr<IResolutionContext> child = context("child");
+    ObjectPtr<IResolutionContext> parent = context("parent");
+    mgr->addInheritance(*child, *parent);
+    mgr->registerSearchDirs(*parent, dirsWith(scBinaryFiles, "/first"), "k1");
+    mgr->captureSearchDirs(*child, "c");
+    mgr->registerSearchDirs(*child, dirsWith(scBinaryFiles, "/second"), "k2");
+    mgr->registerSearchDirs(*parent, dirsWith(scBinaryFiles, "/third"), "k3");
+
+    EXPECT_EQ((std::vector<std::string>{"/first"}),
+              dirsOf(mgr->createSearchEnv(*child, "c", nullptr), scBinaryFiles));
+    EXPECT_EQ((std::vector<std::string>{"/second", "/first", "/third"}),
+              dirsOf(mgr->createSearchEnv(*child, "d", nullptr), scBinaryFiles));
+    mgr->releaseSearchDirs(*child, "c");
+    EXPECT_EQ((std::vector<std::string>{"/second", "/first", "/third"}),
+              dirsOf(mgr->createSearchEnv(*child, "c", nullptr), scBinaryFiles));
+}
+
+TEST_F(ContextTest, ArchiveDirectoriesOfEveryLevelNearestFirst) {
+    ObjectPtr<IResolutionContext> child = context("child");
+    ObjectPtr<IResolutionContext> parent = context("parent");
+    mgr->addInheritance(*child, *parent);
+    mgr->registerArchiveDir(*child, "/a");
+    mgr->registerArchiveDir(*parent, "/b");
+    ObjectPtr<ISearchEnv> env = mgr->createSearchEnv(*child, "c", nullptr);
+    EXPECT_EQ((std::vector<std::string>{"/a/binaries", "/b/binaries"}),
+              dirsOf(env, scBinaryFiles, true));
+    EXPECT_EQ((std::vector<std::string>{"/a/all", "/b/all"}), dirsOf(env, scAllFiles, true));
+}
+
+TEST_F(ContextTest, ArchiveFileUsesTheNearestArchiveDirectory) {
+    ObjectPtr<IResolutionContext> child = context("child");
+    ObjectPtr<IResolutionContext> parent = context("parent");
+    mgr->addInheritance(*child, *parent);
+    const std::string file = tmp.makeFile("libz.so");
+    EXPECT_FALSE(mgr->archiveFile(*child, file.c_str(), scBinaryFiles));
+    mgr->registerArchiveDir(*parent, (tmp / "archive").c_str());
+    EXPECT_TRUE(mgr->archiveFile(*child, file.c_str(), scBinaryFiles));
+    EXPECT_TRUE(mgr->archiveFile(*child, file.c_str(), scBinaryFiles));  // there already
+    EXPECT_TRUE(boost::filesystem::is_directory(tmp / "archive/binaries/libz.so"));
+    EXPECT_TRUE(boost::filesystem::exists(file));
+    EXPECT_FALSE(mgr->archiveFile(*child, (tmp / "missing").c_str(), scBinaryFiles));
+}
+
+TEST_F(ContextTest, RegistrationsFromSeveralThreads) {
+    ObjectPtr<IResolutionContext> ctx = context("ctx");
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&, t] {
+            for (int i = 0; i < 50; ++i) {
+                const std::string key = "k" + std::to_string(t) + "-" + std::to_string(i);
+                mgr->registerSearchDirs(*ctx, dirsWith(scBinaryFiles, "/" + key), key.c_str());
+            }
+        });
+    }
+    for (std::thread& t : threads) t.join();
+    EXPECT_EQ(200u, dirsOf(mgr->createSearchEnv(*ctx, "c", nullptr), scBinaryFiles).size());
+}
+
+TEST_F(ContextTest, TheTypicalRequestFindsEachCategory) {
+    // A user-wide configuration, a project, and a result, chained narrow to wide.
+    const std::string resultDir = tmp.makeDir("result");
+    const std::string binary = tmp.makeFile("result/binaries/app");
+    const std::string symbols = tmp.makeFile("symstore/deep/app.debug");
+    const std::string source = tmp.makeFile("project/src/app.c");
+    ObjectPtr<IResolutionContext> user = context("user");  // stands in for the user account
+    ObjectPtr<IResolutionContext> project =
+        mgr->createFileSystemContext((tmp / "project").c_str(), false);
+    ObjectPtr<IResolutionContext> result = mgr->createResultDirectoryContext(resultDir.c_str());
+    mgr->addInheritance(*result, *project);
+    mgr->addInheritance(*project, *user);
+    mgr->registerSearchDirs(*user, dirsWith(scSymbolFiles, tmp / "symstore", true), "tool");
+    mgr->registerSearchDirs(*project, dirsWith(scSourceFiles, tmp / "project", true, true), "tool");
+    Policy acceptHigh(0);
+    mgr->registerConfidenceLevelPolicyCallback(*user, "", &acceptHigh);
+
+    ObjectPtr<IFileSearch> search = mgr->createFileSearch(*result, "tool", nullptr);
+    ObjectPtr<IValidFile> bin = search->findBinFile("/recorded/machine/app", nullptr, nullptr, 0);
+    ASSERT_TRUE(bin);
+    EXPECT_EQ(binary, bin->name());
+    EXPECT_EQ(ssHighPrioritySearchDirs, bin->searchStep());
+    EXPECT_EQ(cfPolicyHigh, bin->confidence());
+    ObjectPtr<IValidFile> sym =
+        search->findSymFile("app.debug", bin->name(), nullptr, nullptr, nullptr, nullptr, nullptr);
+    ASSERT_TRUE(sym);
+    EXPECT_EQ(symbols, sym->name());
+    EXPECT_EQ(ssLowPrioritySearchDirs, sym->searchStep());
+    ObjectPtr<IValidFile> src =
+        search->findSrcFile("/recorded/machine/src/app.c", bin->name(), nullptr, nullptr, nullptr);
+    ASSERT_TRUE(src);
+    EXPECT_EQ(source, src->name());
+    EXPECT_EQ(ssHighPrioritySearchDirs, src->searchStep());
+}

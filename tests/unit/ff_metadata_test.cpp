@@ -1,0 +1,153 @@
+// Context metadata: keys, replace-on-store, callback sets, and the key iterator's lock.
+#include "ff_metadata.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <stdexcept>
+#include <thread>
+
+#include "ff_posix.h"
+
+using namespace FF_2_13;
+
+namespace {
+
+class Started : public ISearchStartedCallback {
+public:
+    ~Started() override { disconnectHolders(); }
+    bool binFileSearchStarted(const char*, IStringContainer&) override { return true; }
+    bool symFileSearchStarted(const char*, const char*, const char*, IStringContainer&) override {
+        return true;
+    }
+    bool srcFileSearchStarted(const char*, const char*, const char*, IStringContainer&) override {
+        return true;
+    }
+};
+
+class Found : public IFilesFoundCallback {
+public:
+    ~Found() override { disconnectHolders(); }
+    ObjectPtr<IValidFile> binFilesFound(const char*, IValidFileIterator&) override { return {}; }
+    ObjectPtr<IValidFile> symFilesFound(const char*, const char*, const char*,
+                                        IValidFileIterator&) override {
+        return {};
+    }
+    ObjectPtr<IValidFile> srcFilesFound(const char*, const char*, const char*,
+                                        IValidFileIterator&) override {
+        return {};
+    }
+};
+
+std::vector<std::string> keysOf(IMetadata& metadata) {
+    std::vector<std::string> keys;
+    ObjectPtr<ISearchDirKeyIterator> it = metadata.searchDirsKeyIterator();
+    const char* key = nullptr;
+    ObjectPtr<ISearchDirContainer> dirs;
+    for (bool more = it->getCurrentRecord(key, dirs); more;
+         more = it->next() && it->getCurrentRecord(key, dirs))
+        keys.push_back(key);
+    return keys;
+}
+
+}  // namespace
+
+TEST(Metadata, KeysAreExactByteStringsInByteOrder) {
+    ObjectPtr<IMetadata> metadata(new Metadata);
+    ObjectPtr<ISearchDirContainer> a = IEditableSearchDirContainer::create();
+    ObjectPtr<ISearchDirContainer> b = IEditableSearchDirContainer::create();
+    for (const char* key : {"abc", "ab", "Abc", "a", "B"}) metadata->setSearchDirs(a, key);
+    metadata->setSearchDirs(b, "abc");
+    EXPECT_EQ((std::vector<std::string>{"Abc", "B", "a", "ab", "abc"}), keysOf(*metadata));
+    EXPECT_EQ(b, metadata->getSearchDirs("abc"));
+    EXPECT_EQ(a, metadata->getSearchDirs("Abc"));
+    EXPECT_FALSE(metadata->getSearchDirs("ABC"));
+
+    // An empty value keeps its key.
+    metadata->setSearchDirs(ObjectPtr<ISearchDirContainer>(), "abc");
+    EXPECT_FALSE(metadata->getSearchDirs("abc"));
+    EXPECT_EQ(5u, keysOf(*metadata).size());
+}
+
+TEST(Metadata, EmptyKeyIteratorAnswersFalseAtOnce) {
+    ObjectPtr<IMetadata> metadata(new Metadata);
+    ObjectPtr<ISearchDirKeyIterator> it = metadata->searchDirsKeyIterator();
+    const char* key = nullptr;
+    ObjectPtr<ISearchDirContainer> dirs;
+    EXPECT_FALSE(it->getCurrentRecord(key, dirs));
+    EXPECT_FALSE(it->next());
+}
+
+TEST(Metadata, AbsentKeysGiveEmptyValuesAndNullKeysThrow) {
+    ObjectPtr<IMetadata> metadata(new Metadata);
+    EXPECT_FALSE(metadata->getCapturedSearchDirs("x"));
+    EXPECT_FALSE(metadata->getSearchStepsConfigurator("x"));
+    EXPECT_FALSE(metadata->getEnvironmentInfo("x"));
+    EXPECT_EQ(nullptr, metadata->getFileRetriever("x"));
+    EXPECT_EQ(nullptr, metadata->getMessenger("x"));
+    EXPECT_EQ("", metadata->getArchiveDir());
+    EXPECT_EQ("", metadata->getCacheDir());
+    file_finder_callbacks_t none = metadata->getCallbacks("never");
+    EXPECT_FALSE(none.searchStarted.get() || none.filesFound.get() || none.noFilesFound.get() ||
+                 none.confidenceLevelPolicy.get());
+    EXPECT_THROW(metadata->getSearchDirs(nullptr), std::logic_error);
+    EXPECT_THROW(metadata->registerMessenger(nullptr, nullptr), std::logic_error);
+}
+
+TEST(Metadata, RegisteringOneCallbackKeepsTheOthersOfTheClient) {
+    ObjectPtr<IMetadata> metadata(new Metadata);
+    Started started;
+    Found found;
+    metadata->registerSearchStartedCallback("c", &started);
+    metadata->registerFilesFoundCallback("c", &found);
+    file_finder_callbacks_t callbacks = metadata->getCallbacks("c");
+    EXPECT_EQ(&started, callbacks.searchStarted.get());
+    EXPECT_EQ(&found, callbacks.filesFound.get());
+    EXPECT_EQ(nullptr, metadata->getCallbacks("C").searchStarted.get());
+}
+
+TEST(Metadata, ACallbackThatDiesLeavesEmptyHolders) {
+    ObjectPtr<IMetadata> metadata(new Metadata);
+    {
+        Started started;
+        metadata->registerSearchStartedCallback("c", &started);
+    }
+    EXPECT_EQ(nullptr, metadata->getCallbacks("c").searchStarted.get());
+}
+
+namespace {
+std::mutex g_mutex;
+std::condition_variable g_changed;
+int g_backoffs = 0;
+void countBackoff() {
+    {
+        std::lock_guard<std::mutex> guard(g_mutex);
+        ++g_backoffs;
+    }
+    g_changed.notify_all();
+    std::this_thread::yield();
+}
+}  // namespace
+
+TEST(Metadata, AWriterWaitsForALiveKeyIterator) {
+    ObjectPtr<IMetadata> metadata(new Metadata);
+    posix::setSpinBackoffHook(countBackoff);
+    g_backoffs = 0;
+    std::atomic<bool> written{false};
+    std::thread writer;
+    {
+        ObjectPtr<ISearchDirKeyIterator> keys = metadata->searchDirsKeyIterator();
+        writer = std::thread([&] {
+            metadata->setArchiveDir("/archive");
+            written = true;
+        });
+        std::unique_lock<std::mutex> guard(g_mutex);
+        g_changed.wait(guard, [] { return g_backoffs > 0; });  // the writer is waiting
+        EXPECT_FALSE(written);
+    }
+    writer.join();
+    posix::setSpinBackoffHook(nullptr);
+    EXPECT_EQ("/archive", metadata->getArchiveDir());
+}
