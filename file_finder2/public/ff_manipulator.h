@@ -90,7 +90,9 @@ enum search_dirs_behavior_t : int {
 /// and registers it with the resolution context manager for the context and that client
 /// id, replacing a callback of that kind registered there before (also one of another
 /// manipulator). A fresh default callback has behaviour 0 and no own callback. Later
-/// setter calls change that same object.
+/// setter calls change that same object. Mind that a default files-found callback with
+/// behaviour 0 and no own callback chooses nothing, so searches that find files return
+/// empty: give it behaviour 1 or an own callback.
 ///
 /// Lifetime: the context's metadata holds callbacks weakly, the manipulator holds its
 /// default callbacks. Destroying the manipulator destroys them, and the context then
@@ -117,8 +119,10 @@ public:
     virtual ObjectPtr<ISearchHistory> getHistory() = 0;
     virtual void setSearchStartedBehavior(const char* clientId,
                                           search_started_behavior_t behavior) = 0;
-    /// `callback` (may be null: none) is borrowed, not counted: keep it alive, or set
-    /// another, while searches may call it. The same holds for the two setters below.
+    /// `callback` (may be null: none) is borrowed, not counted: keep it alive while
+    /// searches may call it (or set another first). It is called from inside the default
+    /// callback, so it must not destroy this manipulator. The same holds for the two
+    /// setters below.
     virtual void setOwnSearchStartedCallback(const char* clientId,
                                              ISearchStartedCallback* callback) = 0;
     virtual void setFilesFoundBehavior(const char* clientId, files_found_behavior_t behavior) = 0;

@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "ff_context_mgr.h"
 #include "ff_string_container.h"
 #include "ff_validator_files.h"
 #include "search_doubles.h"
@@ -41,6 +40,10 @@ void remember(ISearchHistory& history, const Request& r, const char* name) {
     if (r.kind == kBin) history.addBinFileAssociation(kFile, name);
     if (r.kind == kSym) history.addSymFileAssociation(kFile, r.binary, r.checksum, name);
     if (r.kind == kSrc) history.addSrcFileAssociation(kFile, r.binary, r.checksum, name);
+}
+
+std::string nameOf(const ObjectPtr<IValidFile>& file) {
+    return file ? file->name() : "<none>";
 }
 
 ObjectPtr<IValidFile> validFile(const char* name) {
@@ -168,22 +171,6 @@ protected:
 
 }  // namespace
 
-TEST_F(DefaultCallbacks, RegisterThemselvesAndGoAwayWithTheirLastReference) {
-    ObjectPtr<IMetadata> metadata =
-        static_cast<ResolutionContextMgr&>(*mgr).getMetadataForContext(*context);
-    EXPECT_EQ(started.get(), metadata->getCallbacks("c").searchStarted.get());
-    EXPECT_EQ(found.get(), metadata->getCallbacks("c").filesFound.get());
-    EXPECT_EQ(notFound.get(), metadata->getCallbacks("c").noFilesFound.get());
-    found = nullptr;
-    EXPECT_EQ(nullptr, metadata->getCallbacks("c").filesFound.get());
-
-    // A null client id is the default client id.
-    ObjectPtr<DefaultNoFilesFoundCallback> anyClient(
-        new DefaultNoFilesFoundCallback(history, mgr, context, nullptr));
-    EXPECT_EQ("", anyClient->clientId());
-    EXPECT_EQ(anyClient.get(), metadata->getCallbacks("").noFilesFound.get());
-}
-
 TEST_F(DefaultCallbacks, SearchStartedBehaviourDecidesSuggestionAndAnswer) {
     struct Case {
         int behaviour;
@@ -236,44 +223,28 @@ TEST_F(DefaultCallbacks, AnOwnCallbackThatAnswersFalseStopsTheHistoryLookup) {
     EXPECT_EQ("lib|app|sum", own.calls.back());
 }
 
-TEST_F(DefaultCallbacks, FilesFoundBehaviourZeroReturnsTheOwnChoiceAndRemembersNothing) {
+TEST_F(DefaultCallbacks, FilesFoundRemembersTheOwnChoiceElseTheNextValidFileFromOne) {
     OwnFilesFound own;
-    for (const Request& r : kRequests) {
-        Files valid({validFile("/a/lib"), validFile("/b/lib")});
-        EXPECT_FALSE(filesFound(r, valid));  // no own callback: no choice
-        found->setOwnCallback(&own);
-        own.choice = validFile("/b/lib");
-        EXPECT_EQ(own.choice, filesFound(r, valid));
-        found->setOwnCallback(nullptr);
-        EXPECT_EQ("<none>", remembered(*history, r));
-    }
-}
-
-TEST_F(DefaultCallbacks, FilesFoundRemembersTheOwnChoiceElseTheNextValidFile) {
-    OwnFilesFound own;
-    for (int behaviour : {1, 3}) {
+    for (int behaviour : {0, 1, 3}) {
         found->setBehavior(static_cast<files_found_behavior_t>(behaviour));
+        const bool remembers = behaviour != 0;
         for (const Request& r : kRequests) {
+            SCOPED_TRACE(testing::Message() << "kind " << r.kind << ", behaviour " << behaviour);
             history->clear(scAllFiles);
             Files none;
-            EXPECT_FALSE(filesFound(r, none));
+            EXPECT_EQ("<none>", nameOf(filesFound(r, none)));
             EXPECT_EQ("<none>", remembered(*history, r));
 
+            // Without an own callback behaviour 0 chooses nothing.
             Files valid({validFile("/a/lib"), validFile("/b/lib")});
-            EXPECT_STREQ("/a/lib", filesFound(r, valid)->name());
-            EXPECT_EQ("/a/lib", remembered(*history, r));
+            EXPECT_EQ(remembers ? "/a/lib" : "<none>", nameOf(filesFound(r, valid)));
+            EXPECT_EQ(remembers ? "/a/lib" : "<none>", remembered(*history, r));
 
             found->setOwnCallback(&own);
             own.choice = validFile("/b/lib");
             EXPECT_EQ(own.choice, filesFound(r, valid));
-            EXPECT_EQ("/b/lib", remembered(*history, r));
+            EXPECT_EQ(remembers ? "/b/lib" : "<none>", remembered(*history, r));
             found->setOwnCallback(nullptr);
-
-            // What files-found remembered, search-started with behaviour 1 suggests.
-            started->setBehavior(ssbSuggestRememberedAndSearch);
-            StringContainer strings;
-            EXPECT_TRUE(searchStarted(r, strings));
-            EXPECT_EQ(std::deque<std::string>{"/b/lib"}, strings.m_list);
         }
     }
 }
