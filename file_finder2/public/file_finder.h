@@ -29,3 +29,4 @@
 #include "ff_cmdline_dirs.h"
 #include "ff_search.h"
 #include "ff_context.h"
+#include "ff_manipulator.h"

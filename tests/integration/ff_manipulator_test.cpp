@@ -1,0 +1,246 @@
+// The search manipulator: its default callbacks per client id, capture and release of
+// search directories, and the round trip it exists for: a file once found is suggested
+// and returned by the next search of the same name without running the steps again.
+// Every test makes its contexts from its own temporary directory, because the manager
+// lives for the process.
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "ff_context_mgr.h"
+#include "ff_manipulator_impl.h"
+#include "log_capture.h"
+#include "temp_dir.h"
+
+using namespace FF_2_13;
+
+namespace {
+
+constexpr char kClient[] = "profiler";
+
+// Accepts every file and records which it was asked about: the candidates the search
+// offered for validation.
+class CountingValidator : public IValidatorCallback {
+public:
+    unsigned int validate(const char* name, IErrorInfoContainer&) override {
+        asked.push_back(name);
+        return vrValid;
+    }
+    std::vector<std::string> asked;
+};
+
+std::vector<std::string> binaryDirsOf(const ObjectPtr<ISearchEnv>& env) {
+    std::vector<std::string> result;
+    ObjectPtr<ISearchDirIterator> it = env->searchDirs(scBinaryFiles);
+    const char* name = nullptr;
+    bool recursive = false, high = false;
+    for (it->reset(); it->getCurrentRecord(name, recursive, high); it->next())
+        result.push_back(name);
+    return result;
+}
+
+class ManipulatorTest : public ::testing::Test {
+protected:
+    ManipulatorTest()
+        : mgr(IResolutionContextMgr::create()),
+          context(mgr->createFileSystemContext((tmp / "ctx").c_str(), false)) {}
+
+    ObjectPtr<IMetadata> metadata() {
+        return static_cast<ResolutionContextMgr&>(*mgr).getMetadataForContext(*context);
+    }
+
+    // A tree in which "/recorded/<name>" is found only by the last search step that runs
+    // here: a low-priority directory searched recursively.
+    std::string plantDeep(ISearchManipulator& m, const std::string& name) {
+        const std::string file = tmp.makeFile("tree/a/b/" + name);
+        m.getUserDefinedSearchDirs()->addDirectory(scBinaryFiles, (tmp / "tree").c_str(), true,
+                                                   false);
+        mgr->registerSearchDirs(*context, m.getUserDefinedSearchDirs(), kClient);
+        return file;
+    }
+
+    fftest::TempDir tmp;
+    ObjectPtr<IResolutionContextMgr> mgr;
+    ObjectPtr<IResolutionContext> context;
+};
+
+}  // namespace
+
+TEST_F(ManipulatorTest, HandsOutTheContainerAndHistoryItWasGivenOrMadeItself) {
+    ObjectPtr<ISearchManipulator> made =
+        createSearchManipulatorByContext(context, nullptr, nullptr);
+    ASSERT_TRUE(made);
+    EXPECT_TRUE(made->getUserDefinedSearchDirs());
+    EXPECT_TRUE(made->getHistory());
+
+    ObjectPtr<IEditableSearchDirContainer> dirs = IEditableSearchDirContainer::create();
+    ObjectPtr<ISearchHistory> history = ISearchHistory::create();
+    ObjectPtr<ISearchManipulator> given = createSearchManipulatorByContext(context, dirs, history);
+    EXPECT_EQ(dirs, given->getUserDefinedSearchDirs());
+    EXPECT_EQ(history, given->getHistory());
+
+    EXPECT_FALSE(createSearchManipulatorByContext(nullptr, dirs, history));
+}
+
+TEST_F(ManipulatorTest, OneDefaultCallbackPerClientIdAndKindStaysRegistered) {
+    ObjectPtr<ISearchManipulator> m = createSearchManipulatorByContext(context, nullptr, nullptr);
+    SearchManipulator& impl = static_cast<SearchManipulator&>(*m);
+    m->setFilesFoundBehavior(kClient, ffbRememberChoice);
+    ObjectPtr<DefaultFilesFoundCallback> first = impl.getFilesFoundCallback(kClient);
+    m->setFilesFoundBehavior(kClient, ffbReturnOwnChoice);
+    EXPECT_EQ(first, impl.getFilesFoundCallback(kClient));
+    EXPECT_EQ(ffbReturnOwnChoice, first->behavior());
+    EXPECT_EQ(first.get(), metadata()->getCallbacks(kClient).filesFound.get());
+
+    // Each kind and each client id has its own; only the kinds used are registered.
+    m->setOwnNoFilesFoundCallback("other", nullptr);
+    EXPECT_NE(impl.getNoFilesFoundCallback(kClient), impl.getNoFilesFoundCallback("other"));
+    EXPECT_EQ(nullptr, metadata()->getCallbacks("other").searchStarted.get());
+    EXPECT_NE(nullptr, metadata()->getCallbacks("other").noFilesFound.get());
+
+    EXPECT_THROW(m->setSearchStartedBehavior(nullptr, ssbSuggestRememberedAndSearch),
+                 std::logic_error);
+    EXPECT_THROW(m->setOwnFilesFoundCallback(nullptr, nullptr), std::logic_error);
+
+    // A second manipulator on the same context and client id takes over; the first one's
+    // callbacks go with it, nothing is unregistered.
+    ObjectPtr<ISearchManipulator> second =
+        createSearchManipulatorByContext(context, nullptr, nullptr);
+    second->setFilesFoundBehavior(kClient, ffbRememberChoice);
+    const IFilesFoundCallback* secondsOwn =
+        static_cast<SearchManipulator&>(*second).getFilesFoundCallback(kClient).get();
+    EXPECT_EQ(secondsOwn, metadata()->getCallbacks(kClient).filesFound.get());
+    first = nullptr;
+    m = nullptr;
+    EXPECT_EQ(secondsOwn, metadata()->getCallbacks(kClient).filesFound.get());
+    EXPECT_EQ(nullptr, metadata()->getCallbacks("other").noFilesFound.get());
+}
+
+TEST_F(ManipulatorTest, SearchDirsBehaviourCapturesOnOneReleasesOnZeroOnly) {
+    ObjectPtr<ISearchManipulator> m = createSearchManipulatorByContext(context, nullptr, nullptr);
+    ObjectPtr<IEditableSearchDirContainer> first = IEditableSearchDirContainer::create();
+    first->addDirectory(scBinaryFiles, "/first", false, false);
+    mgr->registerSearchDirs(*context, first, "k1");
+
+    EXPECT_FALSE(m->setSearchDirsBehavior(nullptr, sdbCaptureNow));
+    EXPECT_TRUE(m->setSearchDirsBehavior(kClient, sdbCaptureNow));
+    EXPECT_TRUE(m->setSearchDirsBehavior("stored", sdbStoreOnly));
+    ObjectPtr<IEditableSearchDirContainer> later = IEditableSearchDirContainer::create();
+    later->addDirectory(scBinaryFiles, "/later", false, false);
+    mgr->registerSearchDirs(*context, later, "k2");
+
+    const std::vector<std::string> frozen{"/first"}, live{"/first", "/later"};
+    EXPECT_EQ(frozen, binaryDirsOf(mgr->createSearchEnv(*context, kClient, nullptr)));
+    EXPECT_EQ(live, binaryDirsOf(mgr->createSearchEnv(*context, "stored", nullptr)));
+    EXPECT_EQ(live, binaryDirsOf(mgr->createSearchEnv(*context, "", nullptr)));
+    EXPECT_TRUE(m->setSearchDirsBehavior(kClient, sdbStoreOnly));  // still frozen
+    EXPECT_EQ(frozen, binaryDirsOf(mgr->createSearchEnv(*context, kClient, nullptr)));
+    EXPECT_TRUE(m->setSearchDirsBehavior(kClient, sdbReleaseCaptured));
+    EXPECT_EQ(live, binaryDirsOf(mgr->createSearchEnv(*context, kClient, nullptr)));
+}
+
+TEST_F(ManipulatorTest, AFileOnceFoundIsSuggestedAndReturnedWithoutSearchingAgain) {
+    ObjectPtr<ISearchManipulator> m = createSearchManipulatorByContext(context, nullptr, nullptr);
+    const std::string file = plantDeep(*m, "libround.so");
+    m->setFilesFoundBehavior(kClient, ffbRememberChoice);
+    m->setSearchStartedBehavior(kClient, ssbSuggestRememberedAndSearch);
+    ObjectPtr<IFileSearch> search = mgr->createFileSearch(*context, kClient, nullptr);
+    fftest::LogCapture log(log4cplus::INFO_LOG_LEVEL);
+
+    ObjectPtr<IValidFile> first = search->findBinFile("/recorded/libround.so", nullptr, nullptr, 0);
+    ASSERT_TRUE(first);
+    EXPECT_EQ(file, first->name());
+    EXPECT_EQ(ssLowPrioritySearchDirs, first->searchStep());
+    EXPECT_EQ(1u, log.count("Found file:"));
+    ObjectPtr<IFileAssociation> remembered =
+        m->getHistory()->findBinFileAssociation("/recorded/libround.so");
+    ASSERT_TRUE(remembered);
+    EXPECT_EQ(file, remembered->resolvedName());
+
+    log.clear();
+    CountingValidator secondOffers;
+    ObjectPtr<IValidFile> second =
+        search->findBinFile("/recorded/libround.so", &secondOffers, nullptr, 0);
+    ASSERT_TRUE(second);
+    EXPECT_EQ(file, second->name());
+    EXPECT_EQ(ssAskUser, second->searchStep());
+    EXPECT_EQ(std::vector<std::string>{file}, secondOffers.asked);  // the suggestion only
+    EXPECT_EQ(0u, log.count("Found file:"));                        // no step ran
+    EXPECT_EQ(1u, log.count("*** VALID____ADDED"));
+}
+
+TEST_F(ManipulatorTest, ASavedHistorySuggestsAgainThroughANewManipulator) {
+    const std::string saved = tmp / "history.json";
+    std::string file;
+    {
+        ObjectPtr<ISearchManipulator> m =
+            createSearchManipulatorByContext(context, nullptr, nullptr);
+        file = plantDeep(*m, "libkept.so");
+        m->setFilesFoundBehavior(kClient, ffbRememberChoice);
+        ASSERT_TRUE(mgr->createFileSearch(*context, kClient, nullptr)
+                        ->findBinFile("/recorded/libkept.so", nullptr, nullptr, 0));
+        ASSERT_TRUE(saveSearchHistory(m->getHistory(), saved.c_str()));
+    }
+
+    ObjectPtr<ISearchHistory> loaded = ISearchHistory::create();
+    ASSERT_TRUE(loadSearchHistory(loaded, saved.c_str()));
+    ObjectPtr<ISearchManipulator> fresh =
+        createSearchManipulatorByContext(context, nullptr, loaded);
+    fresh->setSearchStartedBehavior(kClient, ssbSuggestRememberedAndSearch);
+    ObjectPtr<IValidFile> again = mgr->createFileSearch(*context, kClient, nullptr)
+                                      ->findBinFile("/recorded/libkept.so", nullptr, nullptr, 0);
+    ASSERT_TRUE(again);
+    EXPECT_EQ(file, again->name());
+    EXPECT_EQ(ssAskUser, again->searchStep());
+}
+
+TEST_F(ManipulatorTest, TwoManipulatorsOnTwoThreadsShareOneHistory) {
+    constexpr int kFiles = 12;
+    std::vector<std::string> files;
+    for (int i = 0; i < kFiles; ++i)
+        files.push_back(tmp.makeFile("shared/deep/lib" + std::to_string(i) + ".so"));
+    ObjectPtr<ISearchHistory> shared = ISearchHistory::create();
+
+    // Each thread has its own context and manipulator, and searches every name twice:
+    // the second search of a name is answered from the history, whichever thread wrote it.
+    auto client = [&](const std::string& contextDir, std::vector<ObjectPtr<IValidFile>>& out) {
+        ObjectPtr<IResolutionContext> ctx = mgr->createFileSystemContext(contextDir.c_str(), false);
+        ObjectPtr<ISearchManipulator> m = createSearchManipulatorByContext(ctx, nullptr, shared);
+        m->getUserDefinedSearchDirs()->addDirectory(scBinaryFiles, (tmp / "shared").c_str(), true,
+                                                    false);
+        mgr->registerSearchDirs(*ctx, m->getUserDefinedSearchDirs(), kClient);
+        m->setFilesFoundBehavior(kClient, ffbRememberChoice);
+        m->setSearchStartedBehavior(kClient, ssbSuggestRememberedAndSearch);
+        ObjectPtr<IFileSearch> search = mgr->createFileSearch(*ctx, kClient, nullptr);
+        for (int round = 0; round < 2; ++round)
+            for (int i = 0; i < kFiles; ++i) {
+                const std::string name = "/recorded/lib" + std::to_string(i) + ".so";
+                out.push_back(search->findBinFile(name.c_str(), nullptr, nullptr, 0));
+            }
+    };
+    std::vector<ObjectPtr<IValidFile>> a, b;
+    std::thread ta(client, tmp / "ctx-a", std::ref(a));
+    std::thread tb(client, tmp / "ctx-b", std::ref(b));
+    ta.join();
+    tb.join();
+
+    for (const auto* results : {&a, &b}) {
+        ASSERT_EQ(2u * kFiles, results->size());
+        for (int i = 0; i < 2 * kFiles; ++i) {
+            ASSERT_TRUE((*results)[i]);
+            EXPECT_EQ(files[i % kFiles], (*results)[i]->name());
+            if (i >= kFiles) {
+                EXPECT_EQ(ssAskUser, (*results)[i]->searchStep());
+            }
+        }
+    }
+    for (int i = 0; i < kFiles; ++i) {
+        const std::string name = "/recorded/lib" + std::to_string(i) + ".so";
+        ObjectPtr<IFileAssociation> remembered = shared->findBinFileAssociation(name.c_str());
+        ASSERT_TRUE(remembered);
+        EXPECT_EQ(files[i], remembered->resolvedName());
+    }
+}
