@@ -17,11 +17,13 @@ namespace ffcli {
 
 namespace {
 
-// Larger note areas, name tables or debug links than these are not believable; refusing
-// them keeps a hostile header from making the reader allocate what it claims.
+// Larger header tables, note areas, name tables or debug links than these are not
+// believable; refusing them keeps a hostile header from making the reader allocate what
+// it claims.
 constexpr std::uint64_t kMaxNoteArea = 1 << 20;
 constexpr std::uint64_t kMaxNameTable = 16 << 20;
 constexpr std::uint64_t kMaxDebugLink = 64 << 10;
+constexpr std::uint64_t kMaxHeaderTable = 64 << 20;
 constexpr std::uint32_t kMaxBuildIdBytes = 1024;
 
 constexpr std::uint32_t kPtNote = 4;
@@ -163,7 +165,9 @@ private:
     // in one piece; false when it does not fit in the file.
     bool table(std::uint64_t offset, std::uint64_t count, std::uint64_t entsize,
                std::uint64_t minimum, std::string& out) const {
-        if (count == 0 || entsize < minimum || count > m_source.size() / entsize) return false;
+        if (count == 0 || entsize < minimum || count > m_source.size() / entsize ||
+            count * entsize > kMaxHeaderTable)
+            return false;
         return bytes(offset, count * entsize, out);
     }
 

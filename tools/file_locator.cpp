@@ -2,8 +2,8 @@
 
 namespace ffcli {
 
-// The file search and the resolution contexts are not part of this build's library
-// interface, so no locator can be made.
+// No locator is built into the command yet: the search commands tell the user so and
+// exit 3, after their options and input were checked.
 std::unique_ptr<FileLocator> makeLibraryLocator(const SearchSettings& /*settings*/) {
     return nullptr;
 }

@@ -39,7 +39,7 @@ const std::string kNames =
 constexpr std::uint32_t kShstrtabName = 1, kNoteName = 11, kLinkName = 30, kInfoName = 45;
 
 class ElfWriter {
-  public:
+public:
     ElfWriter(bool bigEndian, std::size_t size) : m_big(bigEndian), m_bytes(size, '\0') {}
     void put(std::size_t at, std::uint64_t value, std::size_t width) {
         for (std::size_t i = 0; i < width; ++i) {
@@ -50,7 +50,7 @@ class ElfWriter {
     void bytes(std::size_t at, const std::string& data) { m_bytes.replace(at, data.size(), data); }
     std::string& image() { return m_bytes; }
 
-  private:
+private:
     bool m_big;
     std::string m_bytes;
 };
@@ -201,7 +201,8 @@ TEST(ElfDebugLinks, TellsNonElfInputFromUnreadableFiles) {
     EXPECT_EQ(parseElfDebugLinks(image).status, ElfReadStatus::kNotElf);
 }
 
-TEST(ElfDebugLinks, SurvivesTruncationAtEveryLength) {
+TEST(ElfDebugLinks, SurvivesTruncatedAndHostileImages) {
+    // Cut off anywhere: whatever is read is read right, the rest is absent.
     for (bool is64 : {false, true}) {
         ElfSpec spec;
         spec.is64 = is64;
@@ -209,18 +210,11 @@ TEST(ElfDebugLinks, SurvivesTruncationAtEveryLength) {
         for (std::size_t length = 0; length < image.size(); ++length) {
             const ElfReadResult result =
                 parseElfDebugLinks(std::string_view(image).substr(0, length));
-            // Whatever is read is read right; the rest is absent.
-            if (!result.links.buildId.empty()) {
-                EXPECT_EQ(result.links.buildId, "3a9f00c1d2");
-            }
-            if (!result.links.debugLink.empty()) {
-                EXPECT_EQ(result.links.debugLink, "app.debug");
-            }
+            EXPECT_TRUE(result.links.buildId.empty() || result.links.buildId == "3a9f00c1d2");
+            EXPECT_TRUE(result.links.debugLink.empty() || result.links.debugLink == "app.debug");
         }
     }
-}
-
-TEST(ElfDebugLinks, SurvivesHostileHeaderValues) {
+    // Headers that claim what the file does not hold.
     const std::string good = buildElf(ElfSpec{});
     struct Damage {
         const char* what;
