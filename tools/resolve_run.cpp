@@ -27,14 +27,27 @@ void Resolver::tick() {
     if (m_progress) m_progress(m_done, std::max(m_done, m_total));
 }
 
+namespace {
+
+// Equal for equal requests, different otherwise: every field, each ended by a NUL.
+std::string requestKey(const Request& request) {
+    std::string key = kindWord(request.kind);
+    for (const std::string& field :
+         {request.name, request.binary, request.checksum ? request.checksum->text() : "",
+          request.modificationTime ? std::to_string(*request.modificationTime) : "",
+          request.size ? std::to_string(*request.size) : ""})
+        key += '\0' + field;
+    return key;
+}
+
+}  // namespace
+
 std::vector<ResolveRow> Resolver::resolveRequests(const std::vector<Request>& requests) {
     std::vector<ResolveRow> rows;
+    std::set<std::string> seen;
     m_total += requests.size();
     for (const Request& request : requests) {
-        const bool repeated = std::any_of(rows.begin(), rows.end(), [&](const ResolveRow& row) {
-            return row.request == request;
-        });
-        if (repeated) {
+        if (!seen.insert(requestKey(request)).second) {
             --m_total;
             continue;
         }

@@ -122,7 +122,10 @@ void writeTable(std::ostream& out, const std::vector<ResolveRow>& rows) {
         out << text << '\n';
         if (i == 0) continue;
         const ResolveRow& row = rows[i - 1];
-        if (!row.request.binary.empty() && row.request.kind != RequestKind::kBinary &&
+        // A module's symbol file stands under its binary's row, which names the binary.
+        const bool underItsBinary = i >= 2 && rows[i - 2].request.kind == RequestKind::kBinary &&
+                                    rows[i - 2].outcome.path == row.request.binary;
+        if (!row.request.binary.empty() && !underItsBinary &&
             row.request.name != row.request.binary)
             out << indent << "of binary " << printable(row.request.binary) << '\n';
         for (const std::string& name : row.otherNames)

@@ -37,9 +37,6 @@ struct ExpectedChecksum {
 
     /// Back to "md5:HEX" or "sha1:HEX".
     std::string text() const;
-    bool operator==(const ExpectedChecksum& other) const {
-        return type == other.type && hex == other.hex;
-    }
 };
 
 /// Reads "md5:HEX" or "sha1:HEX" (digits in either case); false with `error` set
@@ -56,12 +53,6 @@ struct Request {
     /// Source files: the recorded modification time (seconds since the epoch) and size.
     std::optional<long long> modificationTime;
     std::optional<unsigned long long> size;
-
-    bool operator==(const Request& other) const {
-        return kind == other.kind && name == other.name && binary == other.binary &&
-               checksum == other.checksum && modificationTime == other.modificationTime &&
-               size == other.size;
-    }
 };
 
 /// A candidate the search looked at and turned down.
