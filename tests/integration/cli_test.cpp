@@ -1,0 +1,236 @@
+// The file-finder command run as a process against temporary trees: help and usage, exit
+// codes, kernel extraction, archiving, the persistent search directories, JSON output and
+// logging.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "temp_dir.h"
+#include "unprivileged.h"
+
+namespace {
+
+struct Result {
+    int code;
+    std::string out;
+    std::string err;
+};
+
+std::string quoted(const std::string& word) {
+    std::string text = "'";
+    for (char c : word) text += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return text + "'";
+}
+
+std::string readFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+class FileFinderCli : public ::testing::Test {
+protected:
+    // Runs the command with `args` in the temporary directory, its home and data
+    // directories inside it too. `shellArgs` is appended as shell text, unquoted.
+    Result run(const std::vector<std::string>& args, const std::string& shellArgs = "") const {
+        std::string command = "cd " + quoted(dir.path()) + " && HOME=" + quoted(dir.path()) +
+                              " XDG_DATA_HOME=" + quoted(dir / "data") + " " +
+                              quoted(FILE_FINDER_EXE);
+        for (const std::string& arg : args) command += " " + quoted(arg);
+        command += " " + shellArgs + " >" + quoted(dir / "stdout") + " 2>" + quoted(dir / "stderr");
+        const int status = std::system(command.c_str());
+        if (!WIFEXITED(status)) throw std::runtime_error("file-finder did not exit: " + command);
+        return {WEXITSTATUS(status), readFile(dir / "stdout"), readFile(dir / "stderr")};
+    }
+
+    fftest::TempDir dir;
+};
+
+}  // namespace
+
+TEST_F(FileFinderCli, HelpOnEverySubCommandShowsExamplesAndVersionIsTwoThirteen) {
+    const std::vector<std::vector<std::string>> helps = {{"--help"},
+                                                         {"bin", "--help"},
+                                                         {"sym", "--help"},
+                                                         {"src", "--help"},
+                                                         {"resolve", "--help"},
+                                                         {"extract-kernel", "--help"},
+                                                         {"archive", "--help"},
+                                                         {"dirs", "--help"},
+                                                         {"dirs", "list", "--help"},
+                                                         {"dirs", "add", "--help"},
+                                                         {"dirs", "clear", "--help"}};
+    for (const std::vector<std::string>& args : helps) {
+        SCOPED_TRACE(args.front() + " " + args.at(args.size() > 1 ? 1 : 0));
+        const Result result = run(args);
+        EXPECT_EQ(result.code, 0);
+        EXPECT_NE(result.out.find("Examples:"), std::string::npos);
+    }
+    const Result version = run({"--version"});
+    EXPECT_EQ(version.code, 0);
+    EXPECT_NE(version.out.find("2.13"), std::string::npos);
+}
+
+TEST_F(FileFinderCli, BadUsageExitsTwo) {
+    dir.makeFile("bad.tsv", "bin\t/a\tmd5:1\n");
+    const std::vector<std::vector<std::string>> usages = {
+        {},
+        {"frobnicate"},
+        {"bin"},
+        {"sym", "x.debug"},
+        {"bin", "/a", "--no-such-option"},
+        {"--log-level", "loud", "bin", "/a"},
+        {"archive", "f"},
+        {"archive", "missing.so", "--archive-dir", "arch"},
+        {"bin", "/a", "--checksum", "md5:12"},
+        {"bin", "/a", "--steps=-nope"},
+        {"bin", "/a", "--search-dir=nowhere:/a"},
+        {"bin", "/a", "--archive-dir", "missing-dir"},
+        {"resolve", "--pid", "1", "--self"},
+        {"resolve", "--manifest", "missing.tsv"},
+        {"resolve", "--pid", "999999999"},
+        {"dirs", "add", "--config", "c.json", "--search-dir=symbols"},
+        {"extract-kernel", "only-one-argument"},
+    };
+    for (const std::vector<std::string>& args : usages) {
+        std::string text;
+        for (const std::string& arg : args) text += arg + " ";
+        SCOPED_TRACE(text);
+        const Result result = run(args);
+        EXPECT_EQ(result.code, 2);
+        EXPECT_FALSE(result.err.empty());
+        EXPECT_TRUE(result.out.empty());
+    }
+}
+
+// The searches run through the file locator; until the library's search is wired into
+// it, they say so and exit 3, after their input was checked.
+TEST_F(FileFinderCli, SearchesReportThatTheyAreNotAvailableYet) {
+    dir.makeFile("run.tsv", "bin\t/a\n# fine\nsym\tx.debug\n");
+    const Result manifest = run({"resolve", "--manifest", "run.tsv"});
+    EXPECT_NE(manifest.err.find("run.tsv:3: "), std::string::npos);
+    for (const Result& result : {manifest, run({"bin", "/bin/sh"}), run({"resolve"})}) {
+        EXPECT_EQ(result.code, 3);
+        EXPECT_NE(result.err.find("not available"), std::string::npos);
+    }
+}
+
+TEST_F(FileFinderCli, ExtractKernelUnpacksTheGzipStreamAndRefusesImagesWithoutOne) {
+    const std::string kernel(100000, 'k');
+    dir.makeFile("vmlinuz.in", kernel);
+    ASSERT_EQ(
+        std::system(("cd " + quoted(dir.path()) +
+                     " && { printf 'boot\\037\\213\\001code'; gzip -nc vmlinuz.in; echo trailer; }"
+                     " > vmlinuz")
+                        .c_str()),
+        0);
+    const Result good = run({"extract-kernel", "vmlinuz", "vmlinux"});
+    EXPECT_EQ(good.code, 0) << good.err;
+    EXPECT_EQ(good.out, "vmlinux\n");
+    EXPECT_EQ(readFile(dir / "vmlinux"), kernel);
+
+    dir.makeFile("plain", "no kernel in here");
+    const Result bad = run({"extract-kernel", "plain", "out"});
+    EXPECT_EQ(bad.code, 2);
+    EXPECT_NE(bad.err.find("no kernel could be unpacked from plain"), std::string::npos);
+    EXPECT_FALSE(std::ifstream(dir / "out").good());
+
+    EXPECT_EQ(run({"extract-kernel", "missing", "out"}).code, 2);
+    EXPECT_EQ(run({"extract-kernel", "vmlinuz", "no-such-dir/vmlinux"}).code, 2);
+}
+
+TEST_F(FileFinderCli, ArchivingTwiceSaysTheSecondTimeThatTheFileIsThere) {
+    dir.makeFile("my lib.so", "contents");
+    const Result first =
+        run({"archive", "my lib.so", "--archive-dir", "arch", "--category", "sym"});
+    EXPECT_EQ(first.code, 0) << first.err;
+    // md5("contents") = 98bf7d8c15784f0a3d63204441e1e2aa
+    const std::string archived =
+        "arch/symbols/my lib.so/98bf7d8c15784f0a3d63204441e1e2aa/my lib.so";
+    EXPECT_EQ(first.out, "archived: " + archived + "\n");
+    EXPECT_EQ(readFile(dir / archived), "contents");
+
+    const Result second =
+        run({"archive", "my lib.so", "--archive-dir", "arch", "--category", "sym"});
+    EXPECT_EQ(second.code, 0);
+    EXPECT_EQ(second.out, "already archived: " + archived + "\n");
+
+    const Result json = run({"archive", "my lib.so", "--archive-dir", "arch", "--json"});
+    EXPECT_EQ(json.code, 0);
+    const nlohmann::json parsed = nlohmann::json::parse(json.out);
+    EXPECT_EQ(parsed["file"], "my lib.so");
+    EXPECT_EQ(parsed["archived"], "arch/my lib.so/98bf7d8c15784f0a3d63204441e1e2aa/my lib.so");
+    EXPECT_EQ(parsed["alreadyArchived"], false);
+}
+
+TEST_F(FileFinderCli, DirsRoundTripThroughTheShellKeepsBlanksAndQuotes) {
+    const Result add =
+        run({"dirs", "add", "--config", "dirs.json", "--search-dir=symbols,recursive:/srv/my debug",
+             "--search-dir=all,high:/it's here", "--search-dir=binaries:/opt/lib"});
+    ASSERT_EQ(add.code, 0) << add.err;
+    const Result list = run({"dirs", "list", "--config", "dirs.json"});
+    EXPECT_EQ(list.code, 0);
+    EXPECT_EQ(list.out,
+              "--search-dir=binaries:/opt/lib\n"
+              "'--search-dir=symbols,recursive:/srv/my debug'\n"
+              "'--search-dir=all,high:/it'\\''s here'\n");
+
+    // The listed lines are shell words: given to a shell they add the same directories.
+    std::string words = list.out;
+    for (char& c : words)
+        if (c == '\n') c = ' ';
+    ASSERT_EQ(run({"dirs", "add", "--config", "copy.json"}, words).code, 0);
+    EXPECT_EQ(run({"dirs", "list", "--config", "copy.json"}).out, list.out);
+
+    const nlohmann::json json =
+        nlohmann::json::parse(run({"dirs", "list", "--config", "dirs.json", "--json"}).out);
+    ASSERT_EQ(json.size(), 3u);
+    EXPECT_EQ(json[1], nlohmann::json({{"category", "symbols"},
+                                       {"name", "/srv/my debug"},
+                                       {"recursive", true},
+                                       {"priority", "low"}}));
+
+    EXPECT_EQ(run({"dirs", "clear", "--config", "dirs.json", "--category", "sym"}).code, 0);
+    EXPECT_EQ(run({"dirs", "list", "--config", "dirs.json"}).out,
+              "--search-dir=binaries:/opt/lib\n'--search-dir=all,high:/it'\\''s here'\n");
+    EXPECT_EQ(run({"dirs", "clear", "--config", "dirs.json"}).code, 0);
+    EXPECT_EQ(run({"dirs", "list", "--config", "dirs.json"}).out, "");
+}
+
+TEST_F(FileFinderCli, DirsThatCannotBeWrittenExitTwo) {
+    const std::string locked = dir.makeDir("locked");
+    // The unprivileged child must be able to write its output files, and nothing else.
+    for (const char* output : {"stdout", "stderr"}) ::chmod(dir.makeFile(output, "").c_str(), 0666);
+    fftest::openToEveryone(dir.path());
+    ::chmod(locked.c_str(), 0555);
+    const int status = fftest::runUnprivileged([&] {
+        const Result add =
+            run({"dirs", "add", "--config", "locked/dirs.json", "--search-dir=all:/x"});
+        return add.code == 2 && add.err.find("cannot write locked/dirs.json") != std::string::npos;
+    });
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(FileFinderCli, LogLevelWritesTheLibrarysLogToStderrAndIsSilentOtherwise) {
+    dir.makeFile("vmlinuz.in", "kernel");
+    ASSERT_EQ(
+        std::system(("cd " + quoted(dir.path()) + " && gzip -nc vmlinuz.in > vmlinuz").c_str()), 0);
+    const Result silent = run({"extract-kernel", "vmlinuz", "vmlinux"});
+    EXPECT_EQ(silent.err, "");
+    const Result logged = run({"--log-level", "info", "extract-kernel", "vmlinuz", "vmlinux"});
+    EXPECT_EQ(logged.code, 0);
+    EXPECT_NE(logged.err.find("vmlinux was extracted from vmlinuz"), std::string::npos)
+        << logged.err;
+    // A global option may also follow the sub-command's arguments.
+    const Result after = run({"extract-kernel", "vmlinuz", "vmlinux", "--log-level", "error"});
+    EXPECT_EQ(after.code, 0);
+    EXPECT_EQ(after.err, "");
+}

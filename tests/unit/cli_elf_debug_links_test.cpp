@@ -1,0 +1,286 @@
+// The ELF debug-link reader of the file-finder command: on images made here byte by byte
+// (both classes, both byte orders, damaged in every way a header can be), and on a real
+// program split into a stripped binary and its debug file by the compiler and binutils.
+#include "elf_debug_links.h"
+
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <sstream>
+#include <string>
+
+#include "temp_dir.h"
+
+using namespace ffcli;
+
+namespace {
+
+struct ElfSpec {
+    bool is64 = true;
+    bool bigEndian = false;
+    std::string buildId = std::string("\x3a\x9f\x00\xc1\xd2", 5);
+    std::string debugLink = "app.debug";
+    std::uint32_t crc = 0x11223344;
+    bool sections = true;
+    bool segments = true;
+    bool debugInfo = false;
+};
+
+// Offsets of the parts of the images below.
+constexpr std::size_t kNoteAt = 0x100, kLinkAt = 0x200, kNamesAt = 0x300, kInfoAt = 0x380,
+                      kPhdrAt = 0x400, kShdrAt = 0x480;
+const std::string kNames =
+    std::string("\0.shstrtab\0.note.gnu.build-id\0.gnu_debuglink\0.debug_info\0", 57);
+constexpr std::uint32_t kShstrtabName = 1, kNoteName = 11, kLinkName = 30, kInfoName = 45;
+
+class ElfWriter {
+public:
+    ElfWriter(bool bigEndian, std::size_t size) : m_big(bigEndian), m_bytes(size, '\0') {}
+    void put(std::size_t at, std::uint64_t value, std::size_t width) {
+        for (std::size_t i = 0; i < width; ++i) {
+            const std::size_t shift = 8 * (m_big ? width - 1 - i : i);
+            m_bytes[at + i] = static_cast<char>((value >> shift) & 0xFF);
+        }
+    }
+    void bytes(std::size_t at, const std::string& data) { m_bytes.replace(at, data.size(), data); }
+    std::string& image() { return m_bytes; }
+
+private:
+    bool m_big;
+    std::string m_bytes;
+};
+
+// A small ELF file: header, one PT_NOTE segment, and the sections null, .shstrtab,
+// .note.gnu.build-id, .gnu_debuglink and .debug_info.
+std::string buildElf(const ElfSpec& spec) {
+    const bool w = spec.is64;
+    const std::size_t shentsize = w ? 64 : 40, phentsize = w ? 56 : 32;
+    ElfWriter out(spec.bigEndian, kShdrAt + 5 * shentsize);
+    out.bytes(0, std::string("\x7f"
+                             "ELF",
+                             4));
+    out.put(4, w ? 2 : 1, 1);
+    out.put(5, spec.bigEndian ? 2 : 1, 1);
+    out.put(6, 1, 1);
+    out.put(16, 2, 2);  // ET_EXEC
+    const std::size_t at = w ? 54 : 42;
+    if (spec.segments) {
+        out.put(w ? 32 : 28, kPhdrAt, w ? 8 : 4);
+        out.put(at, phentsize, 2);
+        out.put(at + 2, 1, 2);
+    }
+    if (spec.sections) {
+        out.put(w ? 40 : 32, kShdrAt, w ? 8 : 4);
+        out.put(at + 4, shentsize, 2);
+        out.put(at + 6, 5, 2);
+        out.put(at + 8, 1, 2);
+    }
+    // The note: namesz, descsz, type, "GNU\0", the id padded to 4 bytes.
+    const std::size_t noteSize = 16 + (spec.buildId.size() + 3) / 4 * 4;
+    out.put(kNoteAt, 4, 4);
+    out.put(kNoteAt + 4, spec.buildId.size(), 4);
+    out.put(kNoteAt + 8, 3, 4);
+    out.bytes(kNoteAt + 12, std::string("GNU\0", 4));
+    out.bytes(kNoteAt + 16, spec.buildId);
+    // The debug link: the name, NUL, padding to 4, the CRC.
+    const std::size_t crcAt = (spec.debugLink.size() + 1 + 3) / 4 * 4;
+    out.bytes(kLinkAt, spec.debugLink);
+    out.put(kLinkAt + crcAt, spec.crc, 4);
+    out.bytes(kNamesAt, kNames);
+    out.bytes(kInfoAt, "debug info bytes");
+
+    if (w) {
+        out.put(kPhdrAt, 4, 4);
+        out.put(kPhdrAt + 8, kNoteAt, 8);
+        out.put(kPhdrAt + 32, noteSize, 8);
+        out.put(kPhdrAt + 48, 4, 8);
+    } else {
+        out.put(kPhdrAt, 4, 4);
+        out.put(kPhdrAt + 4, kNoteAt, 4);
+        out.put(kPhdrAt + 16, noteSize, 4);
+        out.put(kPhdrAt + 28, 4, 4);
+    }
+    struct Sh {
+        std::uint32_t name, type;
+        std::size_t offset, size;
+    };
+    const Sh sections[] = {{0, 0, 0, 0},
+                           {kShstrtabName, 3, kNamesAt, kNames.size()},
+                           {kNoteName, 7, kNoteAt, noteSize},
+                           {kLinkName, 1, kLinkAt, crcAt + 4},
+                           {kInfoName, 1, kInfoAt, spec.debugInfo ? 16u : 0u}};
+    for (std::size_t i = 0; i < 5; ++i) {
+        const std::size_t sh = kShdrAt + i * shentsize;
+        out.put(sh, sections[i].name, 4);
+        out.put(sh + 4, sections[i].type, 4);
+        out.put(sh + (w ? 24 : 16), sections[i].offset, w ? 8 : 4);
+        out.put(sh + (w ? 32 : 20), sections[i].size, w ? 8 : 4);
+        out.put(sh + (w ? 48 : 32), 4, w ? 8 : 4);
+    }
+    return out.image();
+}
+
+std::string readFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+}  // namespace
+
+TEST(ElfDebugLinks, ReadsBothClassesInBothByteOrders) {
+    for (bool is64 : {false, true}) {
+        for (bool big : {false, true}) {
+            SCOPED_TRACE(std::string(is64 ? "64" : "32") + (big ? " big" : " little") + " endian");
+            ElfSpec spec;
+            spec.is64 = is64;
+            spec.bigEndian = big;
+            spec.debugInfo = true;
+            const ElfReadResult result = parseElfDebugLinks(buildElf(spec));
+            ASSERT_EQ(result.status, ElfReadStatus::kOk);
+            EXPECT_EQ(result.links.buildId, "3a9f00c1d2");
+            EXPECT_EQ(result.links.buildIdPath(), ".build-id/3a/9f00c1d2.debug");
+            EXPECT_EQ(result.links.debugLink, "app.debug");
+            EXPECT_EQ(result.links.debugLinkCrc, 0x11223344u);
+            EXPECT_TRUE(result.links.hasDebugInfo);
+        }
+    }
+}
+
+TEST(ElfDebugLinks, TakesTheBuildIdFromSegmentsWhenThereAreNoSections) {
+    ElfSpec spec;
+    spec.sections = false;
+    const ElfReadResult result = parseElfDebugLinks(buildElf(spec));
+    ASSERT_EQ(result.status, ElfReadStatus::kOk);
+    EXPECT_EQ(result.links.buildId, "3a9f00c1d2");
+    EXPECT_EQ(result.links.debugLink, "");
+    EXPECT_FALSE(result.links.hasDebugInfo);
+}
+
+TEST(ElfDebugLinks, ReadsExtendedSectionNumbering) {
+    // More sections than the header's fields hold: count and name-table index in section 0.
+    std::string image = buildElf(ElfSpec{});
+    ElfWriter out(false, 0);
+    std::swap(out.image(), image);
+    out.put(60, 0, 2);       // e_shnum
+    out.put(62, 0xffff, 2);  // e_shstrndx: SHN_XINDEX
+    out.put(kShdrAt + 32, 5, 8);
+    out.put(kShdrAt + 40, 1, 4);
+    const ElfReadResult result = parseElfDebugLinks(out.image());
+    EXPECT_EQ(result.links.debugLink, "app.debug");
+}
+
+TEST(ElfDebugLinks, IgnoresDebugLinksThatAreNotPlainFileNames) {
+    ElfSpec spec;
+    spec.debugLink = "../../etc/shadow";
+    EXPECT_EQ(parseElfDebugLinks(buildElf(spec)).links.debugLink, "");
+}
+
+TEST(ElfDebugLinks, BuildIdShorterThanTwoBytesHasNoPath) {
+    ElfSpec spec;
+    spec.buildId = "\x7f";
+    const ElfReadResult result = parseElfDebugLinks(buildElf(spec));
+    EXPECT_EQ(result.links.buildId, "7f");
+    EXPECT_EQ(result.links.buildIdPath(), "");
+}
+
+TEST(ElfDebugLinks, TellsNonElfInputFromUnreadableFiles) {
+    fftest::TempDir dir;
+    EXPECT_EQ(readElfDebugLinks(dir.makeFile("script.sh", "#!/bin/sh\n")).status,
+              ElfReadStatus::kNotElf);
+    EXPECT_EQ(readElfDebugLinks(dir.makeFile("empty", "")).status, ElfReadStatus::kNotElf);
+    EXPECT_EQ(readElfDebugLinks(dir.makeDir("sub")).status, ElfReadStatus::kCannotOpen);
+    EXPECT_EQ(readElfDebugLinks(dir / "missing").status, ElfReadStatus::kCannotOpen);
+    // An unknown class or byte order is not an ELF file this reader knows.
+    std::string image = buildElf(ElfSpec{});
+    image[4] = 3;
+    EXPECT_EQ(parseElfDebugLinks(image).status, ElfReadStatus::kNotElf);
+}
+
+TEST(ElfDebugLinks, SurvivesTruncatedAndHostileImages) {
+    // Cut off anywhere: whatever is read is read right, the rest is absent.
+    for (bool is64 : {false, true}) {
+        ElfSpec spec;
+        spec.is64 = is64;
+        const std::string image = buildElf(spec);
+        for (std::size_t length = 0; length < image.size(); ++length) {
+            const ElfReadResult result =
+                parseElfDebugLinks(std::string_view(image).substr(0, length));
+            EXPECT_TRUE(result.links.buildId.empty() || result.links.buildId == "3a9f00c1d2");
+            EXPECT_TRUE(result.links.debugLink.empty() || result.links.debugLink == "app.debug");
+        }
+    }
+    // Headers that claim what the file does not hold.
+    const std::string good = buildElf(ElfSpec{});
+    struct Damage {
+        const char* what;
+        std::size_t at, width;
+        std::uint64_t value;
+    };
+    const Damage damages[] = {
+        {"section count beyond the file", 60, 2, 0xfffe},
+        {"section entry size zero", 58, 2, 0},
+        {"section table offset near the end of the address space", 40, 8, ~0ull - 8},
+        {"name table index out of range", 62, 2, 77},
+        {"segment count beyond the file", 56, 2, 0xfffe},
+        {"note descriptor size 4 GiB", kNoteAt + 4, 4, 0xffffffff},
+        {"note name size 4 GiB", kNoteAt, 4, 0xffffffff},
+        {"note area size 2^63", kShdrAt + 2 * 64 + 32, 8, 1ull << 63},
+        {"debug link offset beyond the file", kShdrAt + 3 * 64 + 24, 8, 1ull << 40},
+        {"name offset beyond the name table", kShdrAt + 3 * 64, 4, 0x7fffffff},
+    };
+    for (const Damage& damage : damages) {
+        SCOPED_TRACE(damage.what);
+        ElfWriter out(false, 0);
+        out.image() = good;
+        out.put(damage.at, damage.value, damage.width);
+        EXPECT_EQ(parseElfDebugLinks(out.image()).status, ElfReadStatus::kOk);
+    }
+    // And random damage anywhere, the same on every run.
+    std::mt19937 random(2024);
+    for (int round = 0; round < 3000; ++round) {
+        std::string image = good;
+        for (int flips = 0; flips < 4; ++flips)
+            image[random() % image.size()] = static_cast<char>(random());
+        (void)parseElfDebugLinks(image);
+    }
+}
+
+// A real program, split the way distributions split theirs.
+TEST(ElfDebugLinks, ReadsTheLinksOfARealSplitDebugFile) {
+    if (std::system("command -v cc >/dev/null 2>&1 && command -v objcopy >/dev/null 2>&1 && "
+                    "command -v readelf >/dev/null 2>&1") != 0)
+        GTEST_SKIP() << "cc, objcopy or readelf is not installed";
+    fftest::TempDir dir;
+    dir.makeFile("prog.c", "#include <stdio.h>\nint main(void) { puts(\"hi\"); return 0; }\n");
+    const std::string cd = "cd '" + dir.path() + "' && ";
+    ASSERT_EQ(std::system((cd + "cc -g -Wl,--build-id -o prog prog.c && "
+                                "objcopy --only-keep-debug prog prog.debug && "
+                                "objcopy --strip-debug --add-gnu-debuglink=prog.debug prog && "
+                                "readelf -n prog | sed -n 's/.*Build ID: *//p' > build-id")
+                              .c_str()),
+              0);
+    std::string expectedId = readFile(dir / "build-id");
+    expectedId.erase(expectedId.find_last_not_of(" \n") + 1);
+    ASSERT_GE(expectedId.size(), 4u);
+
+    const ElfReadResult binary = readElfDebugLinks(dir / "prog");
+    ASSERT_EQ(binary.status, ElfReadStatus::kOk);
+    EXPECT_EQ(binary.links.buildId, expectedId);
+    EXPECT_EQ(binary.links.buildIdPath(),
+              ".build-id/" + expectedId.substr(0, 2) + "/" + expectedId.substr(2) + ".debug");
+    EXPECT_EQ(binary.links.debugLink, "prog.debug");
+    const std::string debugBytes = readFile(dir / "prog.debug");
+    EXPECT_EQ(binary.links.debugLinkCrc, crc32(0, reinterpret_cast<const Bytef*>(debugBytes.data()),
+                                               static_cast<uInt>(debugBytes.size())));
+    EXPECT_FALSE(binary.links.hasDebugInfo);
+
+    const ElfReadResult debug = readElfDebugLinks(dir / "prog.debug");
+    EXPECT_EQ(debug.links.buildId, expectedId);
+    EXPECT_EQ(debug.links.debugLink, "");
+    EXPECT_TRUE(debug.links.hasDebugInfo);
+}

@@ -1,0 +1,19 @@
+// File: file_locator.h
+//
+// The library's side of the FileLocator seam (search_request.h): the locator that runs
+// each request of the search commands as a search of the library, built from the
+// command's search settings.
+#pragma once
+
+#include <memory>
+
+#include "search_options.h"
+#include "search_request.h"
+
+namespace ffcli {
+
+/// The locator for `settings`; empty when this build of the command cannot search yet
+/// (the search commands then say so and exit 3).
+std::unique_ptr<FileLocator> makeLibraryLocator(const SearchSettings& settings);
+
+}  // namespace ffcli
