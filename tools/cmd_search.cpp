@@ -52,9 +52,6 @@ struct ResolveCommand {
 int answerAndPrint(const SearchSettings& settings, bool json,
                    const std::function<std::vector<ResolveRow>(Resolver&)>& gather) {
     std::unique_ptr<FileLocator> locator = makeLibraryLocator(settings);
-    if (!locator)
-        return fail(kExitInternalError,
-                    "searching is not available in this build of file-finder yet");
     ProgressLine progress;
     Resolver resolver(*locator, [&progress](std::size_t done, std::size_t total) {
         progress.update(done, total);

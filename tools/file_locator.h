@@ -12,8 +12,7 @@
 
 namespace ffcli {
 
-/// The locator for `settings`; empty when this build of the command cannot search yet
-/// (the search commands then say so and exit 3).
+/// The locator for `settings`.
 std::unique_ptr<FileLocator> makeLibraryLocator(const SearchSettings& settings);
 
 }  // namespace ffcli

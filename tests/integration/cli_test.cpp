@@ -3,6 +3,8 @@
 // logging.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <signal.h>
+#include <fcntl.h>
 #include <sys/wait.h>
 
 #include <cstdlib>
@@ -111,16 +113,69 @@ TEST_F(FileFinderCli, BadUsageExitsTwo) {
     }
 }
 
-// The searches run through the file locator; until the library's search is wired into
-// it, they say so and exit 3, after their input was checked.
-TEST_F(FileFinderCli, SearchesReportThatTheyAreNotAvailableYet) {
-    dir.makeFile("run.tsv", "bin\t/a\n# fine\nsym\tx.debug\n");
-    const Result manifest = run({"resolve", "--manifest", "run.tsv"});
-    EXPECT_NE(manifest.err.find("run.tsv:3: "), std::string::npos);
-    for (const Result& result : {manifest, run({"bin", "/bin/sh"}), run({"resolve"})}) {
-        EXPECT_EQ(result.code, 3);
-        EXPECT_NE(result.err.find("not available"), std::string::npos);
-    }
+TEST_F(FileFinderCli, BinFindsTheFileAndPrintsItsConfidenceAndStep) {
+    const std::string app = dir.makeFile("tree/sub/app", "binary");
+    const Result table = run({"bin", "/recorded/bin/app", "--search-dir=binaries,recursive:" + (dir / "tree")});
+    EXPECT_EQ(table.code, 0) << table.err;
+    EXPECT_NE(table.out.find(app), std::string::npos) << table.out;
+    EXPECT_NE(table.out.find("low-priority"), std::string::npos) << table.out;
+
+    const Result json = run({"bin", "/recorded/bin/app", "--json",
+                             "--search-dir=binaries,recursive,high:" + (dir / "tree")});
+    ASSERT_EQ(json.code, 0) << json.err;
+    const nlohmann::json rows = nlohmann::json::parse(json.out);
+    ASSERT_EQ(rows.size(), 1u);
+    EXPECT_EQ(rows[0]["found"], app);
+    EXPECT_EQ(rows[0]["step"], "high-priority");
+    EXPECT_TRUE(rows[0].contains("confidence"));
+    EXPECT_TRUE(rows[0].contains("request"));
+}
+
+TEST_F(FileFinderCli, NothingFoundListsEachRejectedCandidateAndExitsOne) {
+    const std::string app = dir.makeFile("app", "binary");
+    const Result result = run({"bin", app, "--json", "--checksum",
+                               "md5:00000000000000000000000000000000"});
+    EXPECT_EQ(result.code, 1) << result.err;
+    const nlohmann::json rows = nlohmann::json::parse(result.out);
+    ASSERT_EQ(rows.size(), 1u);
+    const std::string text = rows.dump();
+    EXPECT_NE(text.find(app), std::string::npos) << text;
+    EXPECT_NE(text.find("checksum"), std::string::npos) << text;
+}
+
+TEST_F(FileFinderCli, AManifestResolvesEveryGoodLineAndReportsTheBadOnes) {
+    const std::string app = dir.makeFile("bins/app", "binary");
+    const std::string source = dir.makeFile("src/main.c", "int main;");
+    dir.makeFile("run.tsv", "# recorded\nbin\t" + app + "\nbin\tonly-two\tfields\textra\n\nsrc\t/build/main.c\t" +
+                                app + "\n");
+    const Result result = run({"resolve", "--manifest", "run.tsv", "--json",
+                               "--search-dir=sources:" + (dir / "src")});
+    EXPECT_EQ(result.code, 2);
+    EXPECT_NE(result.err.find("run.tsv:3: "), std::string::npos) << result.err;
+    const nlohmann::json rows = nlohmann::json::parse(result.out);
+    ASSERT_EQ(rows.size(), 2u);
+    EXPECT_EQ(rows[0]["found"], app);
+    EXPECT_EQ(rows[1]["found"], source);
+}
+
+TEST_F(FileFinderCli, AnUnreadableDirectoryFailsItsRequestOnly) {
+    const std::string app = dir.makeFile("bins/app", "binary");
+    dir.makeFile("tree/locked/inner/x", "x");
+    dir.makeFile("run.tsv", "bin\tlost.so\nbin\t" + app + "\n");
+    fftest::openToEveryone(dir.path());
+    ::chmod(dir.path().c_str(), 0777);  // the unprivileged run writes its output here
+    ::chmod((dir / "tree/locked").c_str(), 0);
+    Result result{};
+    EXPECT_EQ(0, fftest::runUnprivileged([&] {
+        result = run({"resolve", "--manifest", "run.tsv", "--json",
+                      "--search-dir=binaries,recursive:" + (dir / "tree")});
+        return true;
+    }));
+    // The child's answer is in the files it wrote.
+    const nlohmann::json rows = nlohmann::json::parse(readFile(dir / "stdout"));
+    ASSERT_EQ(rows.size(), 2u);
+    EXPECT_FALSE(rows[0].value("error", std::string()).empty()) << rows.dump();
+    EXPECT_EQ(rows[1]["found"], app);
 }
 
 TEST_F(FileFinderCli, ExtractKernelUnpacksTheGzipStreamAndRefusesImagesWithoutOne) {
@@ -233,4 +288,64 @@ TEST_F(FileFinderCli, LogLevelWritesTheLibrarysLogToStderrAndIsSilentOtherwise) 
     const Result after = run({"extract-kernel", "vmlinuz", "vmlinux", "--log-level", "error"});
     EXPECT_EQ(after.code, 0);
     EXPECT_EQ(after.err, "");
+}
+
+// A real split debug file: a program built with -g, its debug information moved to a
+// separate file and linked by build-id and by .gnu_debuglink. `resolve --pid` finds the
+// debug file under a .build-id tree, and by its debug-link name when that tree is absent.
+TEST_F(FileFinderCli, ResolveFindsASplitDebugFileByBuildIdAndByDebugLink) {
+    if (std::system("command -v cc >/dev/null 2>&1 && command -v objcopy >/dev/null 2>&1") != 0)
+        GTEST_SKIP() << "cc or objcopy is not installed";
+    dir.makeFile("prog.c", "#include <unistd.h>\nint main(void) { pause(); return 0; }\n");
+    const std::string cd = "cd " + quoted(dir.path()) + " && ";
+    ASSERT_EQ(std::system((cd + "cc -g -Wl,--build-id=sha1 -o prog prog.c && "
+                                "objcopy --only-keep-debug prog prog.debug && "
+                                "objcopy --strip-debug --add-gnu-debuglink=prog.debug prog")
+                              .c_str()),
+              0);
+    // The build-id name the linker gave: the note's bytes as hex, "xx/rest".
+    ASSERT_EQ(std::system((cd + "readelf -n prog | sed -n 's/.*Build ID: \\([0-9a-f]*\\).*/\\1/p' "
+                                "> build-id").c_str()),
+              0);
+    std::string buildId = readFile(dir / "build-id");
+    while (!buildId.empty() && buildId.back() == '\n') buildId.pop_back();
+    ASSERT_GT(buildId.size(), 2u);
+    const std::string byId = ".build-id/" + buildId.substr(0, 2) + "/" + buildId.substr(2) + ".debug";
+    dir.makeDir("store/" + byId.substr(0, byId.rfind('/')));
+    ASSERT_EQ(std::rename((dir / "prog.debug").c_str(), (dir / ("store/" + byId)).c_str()), 0);
+
+    // A close-on-exec pipe tells when exec has replaced the child with the program: its
+    // write end closes then, and the read below returns.
+    int execDone[2];
+    ASSERT_EQ(::pipe2(execDone, O_CLOEXEC), 0);
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        ::execl((dir / "prog").c_str(), "prog", static_cast<char*>(nullptr));
+        ::_exit(127);
+    }
+    ::close(execDone[1]);
+    char ignored;
+    EXPECT_EQ(::read(execDone[0], &ignored, 1), 0);
+    ::close(execDone[0]);
+
+    auto symbolRow = [&](const std::vector<std::string>& extra) {
+        std::vector<std::string> args = {"resolve", "--pid", std::to_string(child), "--json"};
+        args.insert(args.end(), extra.begin(), extra.end());
+        const nlohmann::json rows = nlohmann::json::parse(run(args).out);
+        for (const nlohmann::json& row : rows)
+            if (row["request"]["kind"] == "sym" && row["request"].value("binary", "") == dir / "prog")
+                return row;
+        return nlohmann::json();
+    };
+    const nlohmann::json byBuildId = symbolRow({"--search-dir=symbols:" + (dir / "store")});
+    EXPECT_EQ(byBuildId.value("found", nlohmann::json()), dir / ("store/" + byId)) << byBuildId.dump();
+
+    dir.makeDir("links");
+    ASSERT_EQ(std::rename((dir / ("store/" + byId)).c_str(), (dir / "links/prog.debug").c_str()), 0);
+    const nlohmann::json byLink = symbolRow({"--search-dir=symbols:" + (dir / "links")});
+    EXPECT_EQ(byLink.value("found", nlohmann::json()), dir / "links/prog.debug") << byLink.dump();
+
+    ::kill(child, SIGKILL);
+    ::waitpid(child, nullptr, 0);
 }
