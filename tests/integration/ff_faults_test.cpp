@@ -1,0 +1,204 @@
+// File-system trouble during searches and archiving: things that vanish or lock up in the
+// middle of a walk, deep and long paths, hostile names, a full disk, many threads on one
+// archive, and searches that must not leak descriptors.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <boost/filesystem.hpp>
+#include <csignal>
+#include <functional>
+#include <thread>
+
+#include "ff_files_finder.h"
+#include "ff_search.h"
+#include "ff_searchdirs.h"
+#include "ff_searchenv.h"
+#include "ff_utils.h"
+#include "temp_dir.h"
+#include "unprivileged.h"
+
+using namespace FF_2_13;
+namespace fs = boost::filesystem;
+
+namespace {
+
+// Calls `onFirstOffer` once, at the first candidate, and never stops the search.
+class Meddler : public ISearchResultsContainer {
+public:
+    explicit Meddler(std::function<void()> onFirstOffer)
+        : m_onFirstOffer(std::move(onFirstOffer)) {}
+    bool validateAndAdd(const char* fileName, unsigned int) override {
+        offers.push_back(fileName);
+        if (m_onFirstOffer) {
+            auto once = std::move(m_onFirstOffer);
+            m_onFirstOffer = nullptr;
+            once();
+        }
+        return false;
+    }
+    std::vector<std::string> offers;
+
+private:
+    std::function<void()> m_onFirstOffer;
+};
+
+size_t openDescriptors() {
+    size_t count = 0;
+    for (fs::directory_iterator it("/proc/self/fd"), end; it != end; ++it) ++count;
+    return count;
+}
+
+ObjectPtr<IFileSearch> searchOver(const std::string& dir, bool recursive) {
+    ObjectPtr<IEditableSearchEnv> env = IEditableSearchEnv::create();
+    ObjectPtr<IEditableSearchDirContainer> dirs = IEditableSearchDirContainer::create();
+    dirs->addDirectory(scBinaryFiles, dir.c_str(), recursive, true);
+    env->setSearchDirs(dirs);
+    return IFileSearch::create(env);
+}
+
+}  // namespace
+
+TEST(Faults, ADirectoryThatVanishesAfterItWasListedIsSkipped) {
+    fftest::TempDir tmp;
+    tmp.makeDir("tree/a");
+    tmp.makeDir("tree/b");
+    tmp.makeDir("tree/c");
+    // The first candidate is tree/x.so, offered after tree was listed and before any
+    // sub-directory is entered: remove them all then.
+    Meddler results([&] {
+        for (const char* sub : {"a", "b", "c"}) fs::remove(tmp / (std::string("tree/") + sub));
+    });
+    FilesFinder finder(ssLowPrioritySearchDirs, nullptr);
+    finder.addSearchDirectory((tmp / "tree").c_str(), true);
+    EXPECT_FALSE(finder.find("x.so", results));
+    EXPECT_EQ(2u, results.offers.size());  // the iterative candidate and tree/x.so only
+}
+
+TEST(Faults, ADirectoryThatLocksUpMidScanRaisesTheFileSystemError) {
+    fftest::TempDir tmp;
+    tmp.makeFile("tree/a/inner/x", "x");
+    fftest::openToEveryone(tmp.path());
+    const std::string locked = tmp / "tree/a";
+    ASSERT_EQ(0, ::chown(locked.c_str(), 65534, 65534));  // the unprivileged child locks it
+    EXPECT_EQ(0, fftest::runUnprivileged([&] {
+                  Meddler results([&] { ::chmod(locked.c_str(), 0); });
+                  FilesFinder finder(ssLowPrioritySearchDirs, nullptr);
+                  finder.addSearchDirectory((tmp / "tree").c_str(), true);
+                  try {
+                      finder.find("x.so", results);
+                  } catch (const fs::filesystem_error& e) {
+                      return e.path1().string() == locked;
+                  }
+                  return false;
+              }));
+    ::chmod(locked.c_str(), 0755);
+}
+
+TEST(Faults, ATreeTwoHundredLevelsDeepIsWalkedToTheBottom) {
+    fftest::TempDir tmp;
+    std::string relative = "deep";
+    for (int level = 0; level < 200; ++level) relative += "/d";
+    const std::string bottom = tmp.makeFile(relative + "/libdeep.so");
+    ObjectPtr<IValidFile> found =
+        searchOver(tmp / "deep", true)->findBinFile("libdeep.so", nullptr, nullptr, 0);
+    ASSERT_TRUE(found);
+    EXPECT_EQ(bottom, found->name());
+}
+
+TEST(Faults, PathsLongerThanPathMaxFindNothingAndBreakNothing) {
+    fftest::TempDir tmp;
+    // Built one level at a time relative to an open directory: the whole path is longer
+    // than any single system call accepts.
+    const std::string component(200, 'n');
+    int fd = ::open(tmp.path().c_str(), O_RDONLY | O_DIRECTORY);
+    ASSERT_GE(fd, 0);
+    for (int level = 0; level < 25; ++level) {
+        ASSERT_EQ(0, ::mkdirat(fd, component.c_str(), 0755));
+        const int next = ::openat(fd, component.c_str(), O_RDONLY | O_DIRECTORY);
+        ::close(fd);
+        fd = next;
+        ASSERT_GE(fd, 0);
+    }
+    const int file = ::openat(fd, "liblong.so", O_WRONLY | O_CREAT, 0644);
+    ::close(file);
+    ::close(fd);
+    ObjectPtr<IFileSearch> search = searchOver(tmp.path(), true);
+    try {
+        EXPECT_FALSE(search->findBinFile("liblong.so", nullptr, nullptr, 0));
+    } catch (const fs::filesystem_error&) {
+        // Listing a directory whose path is too long is a file-system error of its own.
+    }
+    std::string tooLong = tmp.path();
+    for (int level = 0; level < 25; ++level) tooLong += "/" + component;
+    EXPECT_FALSE(search->findBinFile((tooLong + "/liblong.so").c_str(), nullptr, nullptr, 0));
+    ::system(("rm -rf " + tmp.path() + "/" + component).c_str());  // Boost cannot remove it
+}
+
+TEST(Faults, NamesWithNewlinesBlanksAndBytesThatAreNotUtf8AreFound) {
+    fftest::TempDir tmp;
+    const std::string name = "lib a\nb\xff\xfe.so";
+    const std::string file = tmp.makeFile("tree/sub/" + name);
+    ObjectPtr<IValidFile> found =
+        searchOver(tmp / "tree", true)->findBinFile(name.c_str(), nullptr, nullptr, 0);
+    ASSERT_TRUE(found);
+    EXPECT_EQ(file, found->name());
+}
+
+TEST(Faults, AFullDiskWhileArchivingLeavesNoPartialFileAndKeepsTheSource) {
+    fftest::TempDir tmp;
+    const std::string file = tmp.makeFile("big.so", std::string(256 * 1024, 'b'));
+    fftest::openToEveryone(tmp.path());
+    ::chmod(tmp.path().c_str(), 0777);
+    EXPECT_EQ(0, fftest::runUnprivileged([&] {
+                  ::signal(SIGXFSZ, SIG_IGN);
+                  struct rlimit limit = {64 * 1024, 64 * 1024};
+                  ::setrlimit(RLIMIT_FSIZE, &limit);
+                  std::string archived;
+                  return utils::archiveFile(file.c_str(), (tmp / "archive").c_str(), nullptr,
+                                            archived, true) == 5;
+              }));
+    EXPECT_TRUE(fs::exists(file));
+    for (fs::recursive_directory_iterator it(tmp / "archive"), end; it != end; ++it)
+        EXPECT_FALSE(fs::is_regular_file(it->status())) << it->path();
+}
+
+TEST(Faults, EightThreadsArchivingOneFileLeaveOneCompleteCopy) {
+    fftest::TempDir tmp;
+    const std::string contents(100000, 'c');
+    const std::string file = tmp.makeFile("libshared.so", contents);
+    std::atomic<int> done{0}, already{0}, other{0};
+    std::vector<std::string> paths(8);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 8; ++t) {
+        threads.emplace_back([&, t] {
+            const unsigned int code = utils::archiveFile(file.c_str(), (tmp / "archive").c_str(),
+                                                         "binaries", paths[t], false);
+            (code == 0 ? done : code == 6 ? already : other)++;
+        });
+    }
+    for (std::thread& t : threads) t.join();
+    EXPECT_EQ(1, done.load());
+    EXPECT_EQ(7, already.load());
+    EXPECT_EQ(0, other.load());
+    for (const std::string& path : paths) EXPECT_EQ(paths[0], path);
+    EXPECT_EQ(static_cast<uintmax_t>(contents.size()), fs::file_size(paths[0]));
+    EXPECT_FALSE(fs::is_symlink(paths[0]));
+    EXPECT_EQ(1, std::distance(fs::directory_iterator(fs::path(paths[0]).parent_path()), {}));
+}
+
+TEST(Faults, ManySearchesFoundOrNotLeaveTheDescriptorCountUnchanged) {
+    fftest::TempDir tmp;
+    tmp.makeFile("tree/a/liba.so");
+    tmp.makeDir("tree/b/c");
+    ObjectPtr<IFileSearch> search = searchOver(tmp / "tree", true);
+    search->findBinFile("liba.so", nullptr, nullptr, 0);  // warm every lazy initialisation
+    const size_t before = openDescriptors();
+    const int searches = std::getenv("FF_SHORT_TESTS") ? 500 : 10000;
+    for (int i = 0; i < searches; ++i)
+        search->findBinFile(i % 2 ? "liba.so" : "missing.so", nullptr, nullptr, 0);
+    EXPECT_EQ(before, openDescriptors());
+}
