@@ -27,8 +27,10 @@ constexpr char kLogSource[] = "file_finder2/src/ff_utils";
 constexpr int kTempDirFailureLine = 252;
 constexpr int kTempDirAttempts = 30;
 
+// Another thread or process may make the same level at the same moment: a directory
+// that stands there afterwards, whoever made it, is what counts.
 bool ensureDirectory(const std::string& dir) {
-    return isDirectory(dir.c_str()) || createDir(dir.c_str());
+    return isDirectory(dir.c_str()) || createDir(dir.c_str()) || isDirectory(dir.c_str());
 }
 
 }  // namespace
