@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "ff_checksum.h"
+#include "ff_checksum_impl.h"
 #include "ff_messages.h"
 
 using namespace FF_2_13;
@@ -35,6 +36,13 @@ unsigned iterationsPerThread() {
 
 // Runs `body(thread index)` on kThreads threads that start together, so that the first
 // calls race as well as the later ones.
+// Between the last release and the destructor's taking of the singleton lock, the
+// calculator is dying but still the stored instance: a create() there must not hand it
+// out. Yielding in that window makes other threads land in it far more often.
+void yieldWhileDying() {
+    for (int i = 0; i < 32; ++i) std::this_thread::yield();
+}
+
 template <class Body>
 void onThreadsAtOnce(Body body) {
     std::atomic<unsigned> ready{0};
@@ -79,6 +87,7 @@ TEST(SingletonChurn, ChecksumCalculatorIsAlwaysLiveWhenHandedOut) {
     // stays above one while other threads create.
     std::mutex parkedLock;
     ObjectPtr<IChecksumCalculator> parked;
+    ChecksumCalculator::setDestructionHook(&yieldWhileDying);
     onThreadsAtOnce([&](unsigned t) {
         for (unsigned i = 0; i < iterations; ++i) {
             ObjectPtr<IChecksumCalculator> calculator = IChecksumCalculator::create();
@@ -93,5 +102,7 @@ TEST(SingletonChurn, ChecksumCalculatorIsAlwaysLiveWhenHandedOut) {
         }
     });
     parked = nullptr;
+    ChecksumCalculator::setDestructionHook(nullptr);
     EXPECT_EQ(failures.load(), 0u);
+    EXPECT_EQ(nullptr, ChecksumCalculator::s_instance);
 }
