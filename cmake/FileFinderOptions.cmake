@@ -14,3 +14,13 @@ if(FF_SANITIZE)
   add_compile_options(-fsanitize=${_ff_sanitizers} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${_ff_sanitizers})
 endif()
+
+# The fuzzing build: every object carries libFuzzer's coverage instrumentation, so the
+# fuzzers in fuzz/ see which branches of the library an input reached. The libFuzzer
+# driver itself is linked into the fuzzer executables only.
+if(FF_BUILD_FUZZ)
+  if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    message(FATAL_ERROR "FF_BUILD_FUZZ needs clang: configure with CC=clang CXX=clang++")
+  endif()
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()

@@ -8,6 +8,8 @@ packages=(
   libboost-filesystem-dev liblog4cplus-dev zlib1g-dev libssl-dev
   libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev nlohmann-json3-dev
   clang libclang-rt-14-dev binutils
+  # ./test.sh's memcheck pass; llvm-symbolizer (llvm) names the frames of fuzzer crashes
+  valgrind llvm
 )
 # Extra groups a caller may ask for: `install-deps.sh bench` and so on.
 for group in "$@"; do

@@ -277,7 +277,7 @@ bool loadSearchHistory(const ObjectPtr<ISearchHistory>& history, const char* fil
     Json document;
     try {
         document = Json::parse(text);
-    } catch (const Json::parse_error& error) {
+    } catch (const Json::exception& error) {  // a syntax error, or a number out of range
         FF_LOG_ERROR(kLogSource,
                      "Search history file " << quoted(file) << " is not JSON: " << error.what());
         return false;

@@ -1,0 +1,78 @@
+#!/usr/bin/env bash
+# Writes the seed corpus of every fuzzer: fuzz/corpus/<target>/<seed>. The seeds are
+# small, valid or nearly valid inputs that lead each fuzzer to the interesting code
+# quickly; what the fuzzers find beyond them stays out of the repository. Run it from
+# anywhere; it replaces the seeds it writes and leaves other files (crash inputs added
+# as regression seeds) alone.
+set -euo pipefail
+cd "$(dirname "$0")"
+
+seed() {  # seed TARGET NAME: stdin becomes the seed
+  mkdir -p "$1"
+  cat >"$1/$2"
+}
+
+# --- fuzz_canonical_name: a name, optionally a NUL and the second argument.
+n=0
+for name in '/usr/lib/../lib64/' '/opt//app/./bin' 'C:\dir\file.pdb' '\\srv\share\x' \
+            '/' '.' '..' 'x/./' 'x/.' 'a/..' 'a/../../etc/passwd' '/../../x' 'D:x' '\x\y' \
+            'a\b/c\d' '//net/x' '.debug' 'a.tar.gz' 'lib/../C:\x' './/x//..//' ; do
+  n=$((n + 1))
+  printf '%s' "$name" | seed canonical_name "name-$n"
+done
+printf '/a/b.so\0.debug' | seed canonical_name with-extension
+printf '/a/b/\0.x' | seed canonical_name trailing-separator-extension
+printf 'base\0sub' | seed canonical_name sub-part
+printf '\xc3\xa9t\xe9/\x80\xff' | seed canonical_name high-bytes
+
+# --- fuzz_extract_vmlinux: boot code, then a gzip stream (or a damaged one).
+kernel() { printf 'ELF kernel proper %.0s' $(seq 1 40); }
+boot() { printf '\x4d\x5a boot code \x1f\x8b\x00 '; }  # a partial signature first
+{ boot; kernel | gzip -9n; } | seed extract_vmlinux image
+{ boot; kernel | gzip -9n | head -c 40; } | seed extract_vmlinux truncated
+{ boot; kernel | gzip -9n; printf 'trailing bytes after the stream'; } | seed extract_vmlinux trailing
+{ printf '\x1f'; kernel | gzip -9n; } | seed extract_vmlinux missed-signature
+{ boot; kernel | gzip -9n | head -c 30; printf 'garbage in the deflate data'; } | seed extract_vmlinux corrupt
+printf 'no signature at all' | seed extract_vmlinux no-signature
+printf '\x1f\x8b\x08\x00' | seed extract_vmlinux signature-only
+
+# --- fuzz_persistent_dirs: the storage file.
+entry() {  # entry CATEGORY NAME-JSON RECURSIVE PRIORITY
+  printf '{"searchCategory":{"category":"%s"},"searchDirectory":{"name":%s,"recursive":%s,"priority":"%s"}}' "$@"
+}
+printf '{"searchDirs":[%s,%s,%s,%s]}' \
+  "$(entry binaries '"/opt/app/lib"' false low)" "$(entry symbols '"/opt/app/debug"' true high)" \
+  "$(entry sources '"/src/my project"' true low)" "$(entry all '"/usr/lib/debug/"' false high)" |
+  seed persistent_dirs four-categories
+printf '{"searchDirs":[%s]}' "$(entry symbols '[47,116,255,120]' true low)" |
+  seed persistent_dirs byte-name
+printf '{"other":{"kept":1},"searchDirs":[%s,{"searchCategory":{"category":"bogus"}},%s]}' \
+  "$(entry binaries '"/a"' true true)" "$(entry binaries '"/a/"' false high)" |
+  seed persistent_dirs damaged-entries
+printf '{"searchDirs":{}}' | seed persistent_dirs not-a-list
+printf '[1,2,3]' | seed persistent_dirs not-an-object
+printf '' | seed persistent_dirs empty
+
+# --- fuzz_history_load: the history file.
+printf '%s' '{"version":1,"binaries":[{"file":"libx.so","resolved":"/opt/app/lib/libx.so"}],
+"symbols":[{"file":"libx.so.debug","binary":"libx.so","checksum":"9e107d9d","resolved":"/usr/lib/debug/libx.so.debug"}],
+"sources":[{"file":"x.c","binary":"libx.so","checksum":"","resolved":"/src/x.c"}]}' |
+  seed history_load three-categories
+printf '%s' '{"version":1,"binaries":[{"file":{"hex":"6c6962ff2e736f"},"resolved":""}],"symbols":[],"sources":[]}' |
+  seed history_load hex-name
+printf '%s' '{"version":2,"binaries":[{"file":"a"}],"extra":[],"symbols":[{"file":{"hex":"zz"}}]}' |
+  seed history_load faults
+printf '%s' '{"version":1,"binaries":[{"file":"a","resolved":"/a","note":"ignored"},{"file":"a","resolved":"/b"}]}' |
+  seed history_load replaced-entry
+
+# --- fuzz_cmdline_dirs: rendered command-line text.
+printf '%s' "--search-dir=symbols,recursive:/opt/debug '--search-dir=all:/home/me/my src'" |
+  seed cmdline_dirs rendered
+printf '%s' "--search-dir binaries,high,recursive,high:/usr/lib --search-dir=sources:" |
+  seed cmdline_dirs separate-value
+printf '%s' "'--search-dir=all:/it'\\''s' \"--search-dir=symbols:/a\\\$b\" --search-dir=sources:/x\\ y" |
+  seed cmdline_dirs quoting
+printf -- '--search-dir=binaries:/a \\\n --search-dir=all,recursive:/b\t--search-dir=symbols:C:\\\\x' |
+  seed cmdline_dirs continued-lines
+printf -- "'--search-dir=all:/n\nl\xff'" | seed cmdline_dirs newline-and-high-byte
+printf -- '--search-dir=all:$HOME --search-dir=* ~/x' | seed cmdline_dirs refused

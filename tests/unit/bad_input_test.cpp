@@ -1,0 +1,413 @@
+// Bad input at every public entry point: a table of awkward names (null, empty, dot
+// names, names that climb out with "..", names around PATH_MAX and far beyond it, a
+// component over NAME_MAX, high bytes, newlines, names of another system) through each
+// function that takes a name. The outcome of every call, its answer or "logic_error" for
+// the documented failure on a null argument, is compared with the golden file
+// tests/data/bad_input.golden. Nothing may crash, and no other exception may leave.
+//
+// After an intended change of behaviour, FF_UPDATE_GOLDEN=1 rewrites the golden file from
+// this run; review its diff like code.
+//
+// Calls that touch files run in a sandbox: a fresh tree <tmp>/d1/d2/d3 for every call,
+// with the working directory at d3, so that relative names land below it, "../.." stays
+// inside <tmp>, and an absolute name is taken as relative to d3 ("/x" is d3/x). Outcomes
+// show d3 as <sandbox>.
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+#include <boost/filesystem.hpp>
+#include <cstdint>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <typeinfo>
+#include <vector>
+
+#include "ff_checksum.h"
+#include "ff_cmdline_dirs.h"
+#include "ff_history.h"
+#include "ff_kernel_image.h"
+#include "ff_persistent_dirs.h"
+#include "ff_searchdirs.h"
+#include "ff_utils.h"
+#include "temp_dir.h"
+
+namespace fs = boost::filesystem;
+using namespace FF_2_13;
+
+namespace {
+
+const char kGoldenFile[] = FF_TEST_DATA_DIR "/bad_input.golden";
+
+struct BadInput {
+    std::string label;
+    bool isNull;
+    std::string text;
+    const char* get() const { return isNull ? nullptr : text.c_str(); }
+};
+
+// A relative name of exactly `size` bytes made of 8-byte components.
+std::string longName(size_t size) {
+    std::string name;
+    while (name.size() < size) name += "long-nm/";
+    name.resize(size);
+    name.back() = 'x';
+    return name;
+}
+
+std::vector<BadInput> badInputs() {
+    std::string highBytes;
+    for (int c = 0x80; c <= 0xFF; ++c) highBytes.push_back(static_cast<char>(c));
+    return {
+        {"null", true, ""},
+        {"empty", false, ""},
+        {"root", false, "/"},
+        {"dot", false, "."},
+        {"dot-dot", false, ".."},
+        {"climbing relative", false, "a/../../etc/passwd"},
+        {"climbing absolute", false, "/../../x"},
+        {"4095 bytes", false, longName(4095)},
+        {"4096 bytes", false, longName(4096)},
+        {"4097 bytes", false, longName(4097)},
+        {"65536 bytes", false, longName(65536)},
+        {"256-byte component", false, "d/" + std::string(256, 'c')},
+        {"bytes 0x80-0xFF", false, highBytes},
+        {"newlines", false, "dir\nname\n"},
+        {"drive path", false, "C:\\dir\\x.pdb"},
+        {"share path", false, "\\\\srv\\share\\x"},
+        {"drive-relative", false, "D:x"},
+        {"one backslash", false, "\\x\\y"},
+        {"mixed drive", false, "C:\\dir/sub\\x.pdb"},
+        {"mixed absolute", false, "/a\\b/../c\\d/"},
+    };
+}
+
+// 64-bit FNV-1a: a stable fingerprint of long outcomes.
+uint64_t fingerprint(const std::string& text) {
+    uint64_t hash = 14695981039346656037ull;
+    for (unsigned char c : text) hash = (hash ^ c) * 1099511628211ull;
+    return hash;
+}
+
+std::string escaped(const std::string& text) {
+    std::string out = "\"";
+    for (unsigned char c : text) {
+        if (c == '"' || c == '\\') {
+            out += '\\';
+            out += static_cast<char>(c);
+        } else if (c == '\n') {
+            out += "\\n";
+        } else if (c < 0x20 || c >= 0x7F) {
+            static const char digits[] = "0123456789abcdef";
+            out += "\\x";
+            out += digits[c >> 4];
+            out += digits[c & 15];
+        } else {
+            out += static_cast<char>(c);
+        }
+    }
+    return out + "\"";
+}
+
+// A string as the golden file shows it: quoted when short, else its length, first bytes
+// and fingerprint.
+std::string show(const std::string& text) {
+    if (text.size() <= 128) return escaped(text);
+    std::ostringstream out;
+    out << "<" << text.size() << " bytes " << escaped(text.substr(0, 24)) << "... fnv " << std::hex
+        << fingerprint(text) << ">";
+    return out.str();
+}
+
+std::string show(bool answer) {
+    return answer ? "true" : "false";
+}
+
+std::string show(const ObjectPtr<IFileAssociation>& association) {
+    return association ? show(std::string(association->resolvedName())) : "none";
+}
+
+std::string show(const ISearchDirContainer& dirs) {
+    std::string out = "[";
+    for (search_category_t c : {scBinaryFiles, scSymbolFiles, scSourceFiles, scAllFiles}) {
+        ObjectPtr<ISearchDirIterator> it = dirs.enumerate(c);
+        const char* name;
+        bool recursive, high;
+        if (!it) continue;
+        for (it->reset(); it->getCurrentRecord(name, recursive, high); it->next()) {
+            if (out.size() > 1) out += ", ";
+            out += std::to_string(c) + ":" + show(std::string(name)) + (recursive ? " R" : "") +
+                   (high ? " H" : "");
+        }
+    }
+    return out + "]";
+}
+
+// A small gzip stream behind some boot code: a kernel image that extracts.
+std::string kernelImage() {
+    const std::string kernel = "the kernel proper";
+    z_stream stream{};
+    deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, 31, 8, Z_DEFAULT_STRATEGY);
+    std::string gzip(256, '\0');
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(kernel.data()));
+    stream.avail_in = static_cast<uInt>(kernel.size());
+    stream.next_out = reinterpret_cast<Bytef*>(&gzip[0]);
+    stream.avail_out = static_cast<uInt>(gzip.size());
+    deflate(&stream, Z_FINISH);
+    gzip.resize(stream.total_out);
+    deflateEnd(&stream);
+    return "boot code " + gzip;
+}
+
+// The tree the calls that touch files run in; see the top of the file.
+class Sandbox {
+  public:
+    Sandbox() : m_base(m_tmp / "d1/d2/d3"), m_previousDirectory(fs::current_path()) {}
+    ~Sandbox() { fs::current_path(m_previousDirectory); }
+
+    void reset() {
+        fs::current_path(m_tmp.path());
+        fs::remove_all(m_tmp / "d1");
+        m_tmp.makeFile("d1/d2/d3/image", kernelImage());
+        fs::current_path(m_base);
+    }
+    // No input climbs more than two levels, so every name stays inside <tmp>. A share
+    // name is absolute once canonical ("//srv/share/x"), so it is kept below d3 too, as
+    // one odd element.
+    std::string place(const std::string& name) const {
+        if (!name.empty() && name[0] == '/') return m_base + name;
+        if (name.rfind("\\\\", 0) == 0) return m_base + "/" + name;
+        return name;
+    }
+    std::string hide(std::string text) const {
+        for (size_t at; (at = text.find(m_base)) != std::string::npos;)
+            text.replace(at, m_base.size(), "<sandbox>");
+        return text;
+    }
+
+  private:
+    fftest::TempDir m_tmp;
+    const std::string m_base;
+    const fs::path m_previousDirectory;
+};
+
+struct EntryPoint {
+    const char* call;  // NAME stands for the input
+    bool touchesFiles;
+    std::function<std::string(const char* name)> outcome;
+};
+
+ObjectPtr<ISearchDirContainer> parsedBy(bool (*parse)(const char*, IEditableSearchDirContainer&,
+                                                      std::string&),
+                                        const char* text, std::string& answer) {
+    ObjectPtr<IEditableSearchDirContainer> dirs = IEditableSearchDirContainer::create();
+    std::string error;
+    answer = parse(text, *dirs, error) ? "true " + show(*dirs) : "false: " + show(error);
+    return dirs;
+}
+
+std::vector<EntryPoint> entryPoints() {
+    using namespace utils;
+    return {
+        {"addSubPart(NAME, \"sub\")", false,
+         [](const char* n) { return show(addSubPart(n, "sub")); }},
+        {"addSubPart(\"/base\", NAME)", false,
+         [](const char* n) { return show(addSubPart("/base", n)); }},
+        {"getCanonicalName(NAME, false)", false,
+         [](const char* n) { return show(getCanonicalName(n, false)); }},
+        {"getCanonicalName(NAME, true)", false,
+         [](const char* n) { return show(getCanonicalName(n, true)); }},
+        {"compareCanonicalFileNames(NAME, \"m\")", false,
+         [](const char* n) { return std::to_string(compareCanonicalFileNames(n, "m")); }},
+        {"compareCanonicalFileNames(\"m\", NAME)", false,
+         [](const char* n) { return std::to_string(compareCanonicalFileNames("m", n)); }},
+        {"getFileNameOnly(NAME)", false, [](const char* n) { return show(getFileNameOnly(n)); }},
+        {"getFileNamePath(NAME)", false, [](const char* n) { return show(getFileNamePath(n)); }},
+        {"getFileNameBase(NAME)", false, [](const char* n) { return show(getFileNameBase(n)); }},
+        {"getFileNameExtension(NAME)", false,
+         [](const char* n) { return show(getFileNameExtension(n)); }},
+        {"changeFileNameExtension(NAME, \".debug\")", false,
+         [](const char* n) { return show(changeFileNameExtension(n, ".debug")); }},
+        {"changeFileNameExtension(\"/a/b.so\", NAME)", false,
+         [](const char* n) { return show(changeFileNameExtension("/a/b.so", n)); }},
+        {"isAbsolutePath(NAME)", false, [](const char* n) { return show(isAbsolutePath(n)); }},
+        {"toUpper(NAME)", false, [](const char* n) { return show(toUpper(n)); }},
+        {"isStringEmpty(NAME)", false, [](const char* n) { return show(isStringEmpty(n)); }},
+        {"isDirectory(NAME)", true, [](const char* n) { return show(isDirectory(n)); }},
+        {"fileExists(NAME)", true, [](const char* n) { return show(fileExists(n)); }},
+        {"removeFile(NAME)", true, [](const char* n) { return show(removeFile(n)); }},
+        {"createDir(NAME)", true, [](const char* n) { return show(createDir(n)); }},
+        {"extractVmlinux(NAME, \"vmlinux\")", true,
+         [](const char* n) { return show(extractVmlinux(n, "vmlinux")); }},
+        {"extractVmlinux(\"image\", NAME), then fileExists(NAME)", true,
+         [](const char* n) {
+             const bool extracted = extractVmlinux("image", n);
+             return show(extracted) + ", " + show(n && fileExists(n));
+         }},
+        {"IChecksumCalculator::calculateChecksum(NAME, ctMD5)", true,
+         [](const char* n) {
+             ObjectPtr<IChecksum> c = IChecksumCalculator::create()->calculateChecksum(n, ctMD5);
+             return c ? show(std::string(c->value())) : "none";
+         }},
+        {"IChecksumCalculator::fromString(ctSHA1, NAME)", false,
+         [](const char* n) {
+             ObjectPtr<IChecksum> c = IChecksumCalculator::create()->fromString(ctSHA1, n);
+             return c ? show(std::string(c->value())) : "none";
+         }},
+        {"IEditableSearchDirContainer: addDirectory(scSymbolFiles, NAME, true, false), enumerate",
+         false,
+         [](const char* n) {
+             ObjectPtr<IEditableSearchDirContainer> dirs = IEditableSearchDirContainer::create();
+             const bool added = dirs->addDirectory(scSymbolFiles, n, true, false);
+             return show(added) + " " + show(*dirs);
+         }},
+        {"IPersistentSearchDirContainer::create(NAME), addDirectory(scAllFiles, \"/d\"), isSaved",
+         true,
+         [](const char* n) -> std::string {
+             ObjectPtr<IPersistentSearchDirContainer> dirs =
+                 IPersistentSearchDirContainer::create(n);
+             if (!dirs) return "none";
+             dirs->addDirectory(scAllFiles, "/d", false, false);
+             return "saved " + show(dirs->isSaved());
+         }},
+        {"IPersistentSearchDirContainer \"dirs.json\": addDirectory(scAllFiles, NAME, false, "
+         "true), "
+         "reloaded",
+         true,
+         [](const char* n) {
+             bool added;
+             {
+                 ObjectPtr<IPersistentSearchDirContainer> dirs =
+                     IPersistentSearchDirContainer::create("dirs.json");
+                 added = dirs->addDirectory(scAllFiles, n, false, true);
+             }
+             return show(added) + " " + show(*IPersistentSearchDirContainer::create("dirs.json"));
+         }},
+        {"ISearchHistory: addBinFileAssociation(NAME, NAME), findBinFileAssociation(NAME)", false,
+         [](const char* n) {
+             ObjectPtr<ISearchHistory> history = ISearchHistory::create();
+             const std::string added = show(history->addBinFileAssociation(n, n));
+             return added + ", " + show(history->findBinFileAssociation(n));
+         }},
+        {"ISearchHistory: addSymFileAssociation(NAME, NAME, NAME, \"/r\"), find", false,
+         [](const char* n) {
+             ObjectPtr<ISearchHistory> history = ISearchHistory::create();
+             const std::string added = show(history->addSymFileAssociation(n, n, n, "/r"));
+             return added + ", " + show(history->findSymFileAssociation(n, n, n));
+         }},
+        {"ISearchHistory: addSrcFileAssociation(\"s.c\", NAME, \"\", NAME), saved to and loaded "
+         "from \"h.json\", found",
+         true,
+         [](const char* n) {
+             ObjectPtr<ISearchHistory> history = ISearchHistory::create();
+             history->addSrcFileAssociation("s.c", n, "", n);
+             const bool saved = saveSearchHistory(history, "h.json");
+             ObjectPtr<ISearchHistory> loaded = ISearchHistory::create();
+             const bool read = loadSearchHistory(loaded, "h.json");
+             return show(saved) + ", " + show(read) + ", " +
+                    show(loaded->findSrcFileAssociation("s.c", n, ""));
+         }},
+        {"saveSearchHistory(history, NAME)", true,
+         [](const char* n) {
+             ObjectPtr<ISearchHistory> history = ISearchHistory::create();
+             history->addBinFileAssociation("a", "/a");
+             return show(saveSearchHistory(history, n));
+         }},
+        {"loadSearchHistory(history, NAME)", true,
+         [](const char* n) { return show(loadSearchHistory(ISearchHistory::create(), n)); }},
+        {"cmdline::parseSearchDirs(NAME)", false,
+         [](const char* n) {
+             std::string answer;
+             parsedBy(cmdline::parseSearchDirs, n, answer);
+             return answer;
+         }},
+        {"cmdline::parseSearchDirValue(NAME)", false,
+         [](const char* n) {
+             std::string answer;
+             parsedBy(cmdline::parseSearchDirValue, n, answer);
+             return answer;
+         }},
+        {"cmdline::formatSearchDirValue(scAllFiles, NAME, true, true), parsed back", false,
+         [](const char* n) {
+             const std::string value = cmdline::formatSearchDirValue(scAllFiles, n, true, true);
+             std::string answer;
+             parsedBy(cmdline::parseSearchDirValue, value.c_str(), answer);
+             return show(value) + " -> " + answer;
+         }},
+    };
+}
+
+// What one call did: its answer, "logic_error", or (a failure) any other exception.
+std::string outcomeOf(const EntryPoint& entry, const BadInput& input, Sandbox& sandbox) {
+    std::string placed = input.text;
+    if (entry.touchesFiles) {
+        sandbox.reset();
+        placed = sandbox.place(input.text);
+    }
+    try {
+        const std::string answer = entry.outcome(input.isNull ? nullptr : placed.c_str());
+        return sandbox.hide(answer);
+    } catch (const std::logic_error&) {
+        return "logic_error";
+    } catch (const std::exception& e) {
+        ADD_FAILURE() << entry.call << " with " << input.label << " threw " << typeid(e).name()
+                      << ": " << e.what();
+        return std::string("unexpected exception ") + typeid(e).name();
+    }
+}
+
+std::string readText(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+std::vector<std::string> linesOf(const std::string& text) {
+    std::vector<std::string> lines;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
+    return lines;
+}
+
+}  // namespace
+
+TEST(BadInput, EveryEntryPointAnswersAsTheGoldenFileSays) {
+    std::ostringstream table;
+    table << "# Outcomes of bad input at the public entry points: tests/unit/bad_input_test.cpp.\n"
+          << "# Rewrite with FF_UPDATE_GOLDEN=1 after an intended change, and review the diff.\n";
+    Sandbox sandbox;
+    const std::vector<BadInput> inputs = badInputs();
+    for (const EntryPoint& entry : entryPoints()) {
+        table << "\n== " << entry.call << "\n";
+        for (const BadInput& input : inputs)
+            table << input.label << std::string(20 - input.label.size(), ' ') << ": "
+                  << outcomeOf(entry, input, sandbox) << "\n";
+    }
+
+    const char* update = std::getenv("FF_UPDATE_GOLDEN");
+    if (update && std::string(update) == "1") {
+        std::ofstream out(kGoldenFile, std::ios::binary | std::ios::trunc);
+        out << table.str();
+        ASSERT_TRUE(out.flush()) << "cannot write " << kGoldenFile;
+        GTEST_SKIP() << "rewrote " << kGoldenFile;
+    }
+
+    const std::vector<std::string> expected = linesOf(readText(kGoldenFile));
+    const std::vector<std::string> actual = linesOf(table.str());
+    ASSERT_FALSE(expected.empty()) << "no golden file at " << kGoldenFile;
+    int reported = 0;
+    std::string section;
+    for (size_t i = 0; i < std::max(expected.size(), actual.size()) && reported < 20; ++i) {
+        const std::string want = i < expected.size() ? expected[i] : "<end of file>";
+        const std::string got = i < actual.size() ? actual[i] : "<end of output>";
+        if (got.rfind("== ", 0) == 0) section = got;
+        if (want == got) continue;
+        ADD_FAILURE() << "line " << i + 1 << " (" << section << ")\n  golden: " << want
+                      << "\n  now:    " << got;
+        ++reported;
+    }
+}
