@@ -24,6 +24,7 @@
 // must never be destroyed by the thread that is calling it.
 #pragma once
 
+#include <atomic>
 #include <vector>
 
 #include "ff_lock.h"
@@ -116,13 +117,14 @@ public:
         return *this;
     }
 
-    /// The callback, or null. Read it through a CallbackAccessor to call it.
-    I* get() const { return m_callback; }
+    /// The callback, or null. Read it through a CallbackAccessor to call it: without the
+    /// accessor's lock the callback may be going away while the answer is read.
+    I* get() const { return m_callback.load(std::memory_order_acquire); }
     /// The callback's lock: kept for the holder's life, also after the callback died.
     const ObjectPtr<ISpinSharedLock>& lock() const { return m_lock; }
 
     void event(event_t e) override {
-        if (e == evDisconnect) m_callback = nullptr;
+        if (e == evDisconnect) m_callback.store(nullptr, std::memory_order_release);
     }
 
 private:
@@ -136,7 +138,7 @@ private:
         {
             // Read under the callback's lock: its generator may be disconnecting.
             FFSpinSharedLockWrap reading(other.m_lock.get());
-            callback = other.m_callback;
+            callback = other.get();
         }
         if (callback) attach(callback, other.m_lock, other.m_impl);
     }
@@ -144,21 +146,24 @@ private:
                 const ObjectPtr<IEventGeneratorImpl>& impl) {
         m_lock = lock;
         m_impl = impl;
-        m_callback = callback;
+        m_callback.store(callback, std::memory_order_release);
         // A generator that disconnected meanwhile refuses the registration.
-        if (!m_impl || !m_impl->addHandler(this)) m_callback = nullptr;
+        if (!m_impl || !m_impl->addHandler(this))
+            m_callback.store(nullptr, std::memory_order_release);
     }
     void disconnect() {
         // The generator implementation is held by reference, so unregistering never
         // touches the callback object, which may be gone.
         if (m_impl) m_impl->removeHandler(this);
         m_impl = ObjectPtr<IEventGeneratorImpl>();
-        m_callback = nullptr;
+        m_callback.store(nullptr, std::memory_order_release);
         m_lock = ObjectPtr<ISpinSharedLock>();
     }
 
     friend class CallbackAccessor<I>;
-    I* m_callback;
+    // Atomic: a search may ask whether a callback is set while its generator, on another
+    // thread, is disconnecting it.
+    std::atomic<I*> m_callback;
     ObjectPtr<ISpinSharedLock> m_lock;
     ObjectPtr<IEventGeneratorImpl> m_impl;
 };
@@ -170,7 +175,7 @@ class CallbackAccessor {
 public:
     explicit CallbackAccessor(const CallbackHolder<I>& holder) : m_lock(holder.m_lock.get()) {
         if (m_lock) m_lock->sharedLock();
-        m_callback = holder.m_callback;
+        m_callback = holder.get();
     }
     ~CallbackAccessor() {
         if (m_lock) m_lock->sharedUnlock();
