@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "callback_doubles.h"
 #include "ff_context.h"
 #include "ff_context_mgr.h"
 #include "ff_utils.h"
@@ -17,59 +18,13 @@ using namespace FF_2_13;
 
 namespace {
 
-class Started : public ISearchStartedCallback {
-public:
-    ~Started() override { disconnectHolders(); }
-    bool binFileSearchStarted(const char*, IStringContainer&) override { return true; }
-    bool symFileSearchStarted(const char*, const char*, const char*, IStringContainer&) override {
-        return true;
-    }
-    bool srcFileSearchStarted(const char*, const char*, const char*, IStringContainer&) override {
-        return true;
-    }
-};
-
-class NoFiles : public INoFilesFoundCallback {
-public:
-    ~NoFiles() override { disconnectHolders(); }
-    ObjectPtr<IValidFile> noBinFilesFound(const char*, IValidator&, IInvalidFileIterator&,
-                                          IValidFileIterator&) override {
-        return {};
-    }
-    ObjectPtr<IValidFile> noSymFilesFound(const char*, const char*, const char*, IValidator&,
-                                          IInvalidFileIterator&, IValidFileIterator&) override {
-        return {};
-    }
-    ObjectPtr<IValidFile> noSrcFilesFound(const char*, const char*, const char*, IValidator&,
-                                          IInvalidFileIterator&, IValidFileIterator&) override {
-        return {};
-    }
-};
-
-class Policy : public IConfidenceLevelPolicyCallback {
-public:
-    explicit Policy(unsigned int answer) : m_answer(answer) {}
-    ~Policy() override { disconnectHolders(); }
-    unsigned int getConfidenceLevel(search_category_t, unsigned int) override { return m_answer; }
-
-private:
-    unsigned int m_answer;
-};
+using Started = fftest::StartedCallback;
+using NoFiles = fftest::NoFilesCallback;
+using Policy = fftest::PolicyCallback;
 
 std::vector<std::string> dirsOf(const ObjectPtr<ISearchEnv>& env, search_category_t category,
                                 bool archive = false) {
-    std::vector<std::string> result;
-    ObjectPtr<ISearchDirIterator> it =
-        archive ? env->archiveDirs(category) : env->searchDirs(category);
-    if (!it) return result;
-    it->reset();
-    const char* name = nullptr;
-    bool recursive = false, high = false;
-    while (it->getCurrentRecord(name, recursive, high)) {
-        result.push_back(name);
-        it->next();
-    }
-    return result;
+    return fftest::dirNames(archive ? env->archiveDirs(category) : env->searchDirs(category));
 }
 
 class ContextTest : public ::testing::Test {

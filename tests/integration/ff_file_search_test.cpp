@@ -8,6 +8,7 @@
 #include <iterator>
 #include <thread>
 
+#include "callback_doubles.h"
 #include "ff_file_search.h"
 #include "ff_kernel_image.h"
 #include "ff_searchdirs.h"
@@ -29,97 +30,9 @@ public:
     ~ScopedUserDataDir() { tarnbase2::IProductLocations::setUserDataDir(nullptr); }
 };
 
-class StartedCallback : public ISearchStartedCallback {
-public:
-    ~StartedCallback() override { disconnectHolders(); }
-    bool binFileSearchStarted(const char* fileName, IStringContainer& strings) override {
-        return record(fileName, strings);
-    }
-    bool symFileSearchStarted(const char* fileName, const char*, const char*,
-                              IStringContainer& strings) override {
-        return record(fileName, strings);
-    }
-    bool srcFileSearchStarted(const char* fileName, const char*, const char*,
-                              IStringContainer& strings) override {
-        return record(fileName, strings);
-    }
-    std::vector<std::string> names;
-    std::string suggestion;
-    bool answer = true;
-
-private:
-    bool record(const char* fileName, IStringContainer& strings) {
-        names.push_back(fileName);
-        if (!suggestion.empty()) strings.add(suggestion.c_str());
-        return answer;
-    }
-};
-
-// Takes the n-th valid file the iterator yields (1-based), running steps as it goes.
-class TakeNth : public IFilesFoundCallback {
-public:
-    explicit TakeNth(int n) : m_n(n) {}
-    ~TakeNth() override { disconnectHolders(); }
-    ObjectPtr<IValidFile> binFilesFound(const char*, IValidFileIterator& valid) override {
-        return take(valid);
-    }
-    ObjectPtr<IValidFile> symFilesFound(const char*, const char*, const char*,
-                                        IValidFileIterator& valid) override {
-        return take(valid);
-    }
-    ObjectPtr<IValidFile> srcFilesFound(const char*, const char*, const char*,
-                                        IValidFileIterator& valid) override {
-        return take(valid);
-    }
-    std::vector<std::string> seen;
-
-private:
-    ObjectPtr<IValidFile> take(IValidFileIterator& valid) {
-        ObjectPtr<IValidFile> file;
-        for (int i = 0; i < m_n; ++i) {
-            file = valid.next();
-            if (!file) break;
-            seen.push_back(file->name());
-        }
-        return file;
-    }
-    int m_n;
-};
-
-class NoFilesCallback : public INoFilesFoundCallback {
-public:
-    ~NoFilesCallback() override { disconnectHolders(); }
-    ObjectPtr<IValidFile> noBinFilesFound(const char*, IValidator& validator,
-                                          IInvalidFileIterator& invalid,
-                                          IValidFileIterator& valid) override {
-        return look(validator, invalid, valid);
-    }
-    ObjectPtr<IValidFile> noSymFilesFound(const char*, const char*, const char*,
-                                          IValidator& validator, IInvalidFileIterator& invalid,
-                                          IValidFileIterator& valid) override {
-        return look(validator, invalid, valid);
-    }
-    ObjectPtr<IValidFile> noSrcFilesFound(const char*, const char*, const char*,
-                                          IValidator& validator, IInvalidFileIterator& invalid,
-                                          IValidFileIterator& valid) override {
-        return look(validator, invalid, valid);
-    }
-    std::vector<std::string> invalidNames, invalidMessages, validNames;
-    bool forceFirstInvalid = false;
-
-private:
-    ObjectPtr<IValidFile> look(IValidator&, IInvalidFileIterator& invalid,
-                               IValidFileIterator& valid) {
-        ObjectPtr<IValidFile> result;
-        while (ObjectPtr<IInvalidFile> file = invalid.next()) {
-            invalidNames.push_back(file->name());
-            invalidMessages.push_back(file->errorMessage());
-            if (forceFirstInvalid && !result) result = file->forceTreatAsValid();
-        }
-        while (ObjectPtr<IValidFile> file = valid.next()) validNames.push_back(file->name());
-        return result;
-    }
-};
+using fftest::NoFilesCallback;
+using fftest::StartedCallback;
+using TakeNth = fftest::FilesFoundCallback;
 
 // Rejects every candidate whose name contains `part`.
 class RejectNames : public IValidatorCallback {

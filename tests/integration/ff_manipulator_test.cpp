@@ -10,6 +10,7 @@
 #include <thread>
 #include <vector>
 
+#include "callback_doubles.h"
 #include "ff_context_mgr.h"
 #include "ff_manipulator_impl.h"
 #include "log_capture.h"
@@ -33,13 +34,7 @@ public:
 };
 
 std::vector<std::string> binaryDirsOf(const ObjectPtr<ISearchEnv>& env) {
-    std::vector<std::string> result;
-    ObjectPtr<ISearchDirIterator> it = env->searchDirs(scBinaryFiles);
-    const char* name = nullptr;
-    bool recursive = false, high = false;
-    for (it->reset(); it->getCurrentRecord(name, recursive, high); it->next())
-        result.push_back(name);
-    return result;
+    return fftest::dirNames(env->searchDirs(scBinaryFiles));
 }
 
 class ManipulatorTest : public ::testing::Test {

@@ -45,7 +45,9 @@ LogCapture::~LogCapture() {
     logger.setLogLevel(m_previousLevel);
 }
 
-std::vector<LogLine> LogCapture::lines() const { return m_sink->lines(); }
+std::vector<LogLine> LogCapture::lines() const {
+    return m_sink->lines();
+}
 
 std::vector<std::string> LogCapture::texts() const {
     std::vector<std::string> result;
@@ -53,7 +55,19 @@ std::vector<std::string> LogCapture::texts() const {
     return result;
 }
 
-bool LogCapture::contains(const std::string& part) const { return count(part) > 0; }
+bool LogCapture::hasErrorLine(const std::string& text, const std::string& source) const {
+    const std::string prefix = text + ", at file: " + source + ":";
+    for (const LogLine& line : lines())
+        if (line.level == log4cplus::ERROR_LOG_LEVEL && line.text.rfind(prefix, 0) == 0 &&
+            line.text.size() > prefix.size() &&
+            line.text.find_first_not_of("0123456789", prefix.size()) == std::string::npos)
+            return true;
+    return false;
+}
+
+bool LogCapture::contains(const std::string& part) const {
+    return count(part) > 0;
+}
 
 size_t LogCapture::count(const std::string& part) const {
     size_t n = 0;
@@ -62,6 +76,8 @@ size_t LogCapture::count(const std::string& part) const {
     return n;
 }
 
-void LogCapture::clear() { m_sink->clear(); }
+void LogCapture::clear() {
+    m_sink->clear();
+}
 
 }  // namespace fftest

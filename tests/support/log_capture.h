@@ -29,6 +29,8 @@ public:
     bool contains(const std::string& part) const;
     /// Number of lines whose text contains `part`.
     size_t count(const std::string& part) const;
+    /// True when an error line reads exactly "<text>, at file: <source>:<line number>".
+    bool hasErrorLine(const std::string& text, const std::string& source) const;
     void clear();
 
 private:

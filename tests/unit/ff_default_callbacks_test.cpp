@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "callback_doubles.h"
 #include "ff_string_container.h"
 #include "ff_validator_files.h"
 #include "search_doubles.h"
@@ -69,62 +70,11 @@ public:
     ObjectPtr<IInvalidFile> next() override { return {}; }
 };
 
-// The client's own callbacks: each records the names it was called with.
-class OwnStarted : public ISearchStartedCallback {
-public:
-    bool binFileSearchStarted(const char* f, IStringContainer& s) override {
-        return answer(f, "", "", s);
-    }
-    bool symFileSearchStarted(const char* f, const char* b, const char* c,
-                              IStringContainer& s) override {
-        return answer(f, b, c, s);
-    }
-    bool srcFileSearchStarted(const char* f, const char* b, const char* c,
-                              IStringContainer& s) override {
-        return answer(f, b, c, s);
-    }
-    bool goOn = true;
-    std::vector<std::string> calls;
-
-private:
-    bool answer(const char* f, const char* b, const char* c, IStringContainer& s) {
-        calls.push_back(std::string(f) + "|" + b + "|" + c);
-        s.add("own suggestion");
-        return goOn;
-    }
-};
-
-class OwnFilesFound : public IFilesFoundCallback {
-public:
-    ObjectPtr<IValidFile> binFilesFound(const char*, IValidFileIterator&) override {
-        return choice;
-    }
-    ObjectPtr<IValidFile> symFilesFound(const char*, const char*, const char*,
-                                        IValidFileIterator&) override {
-        return choice;
-    }
-    ObjectPtr<IValidFile> srcFilesFound(const char*, const char*, const char*,
-                                        IValidFileIterator&) override {
-        return choice;
-    }
-    ObjectPtr<IValidFile> choice;
-};
-
-class OwnNoFiles : public INoFilesFoundCallback {
-public:
-    ObjectPtr<IValidFile> noBinFilesFound(const char*, IValidator&, IInvalidFileIterator&,
-                                          IValidFileIterator&) override {
-        return supplied;
-    }
-    ObjectPtr<IValidFile> noSymFilesFound(const char*, const char*, const char*, IValidator&,
-                                          IInvalidFileIterator&, IValidFileIterator&) override {
-        return supplied;
-    }
-    ObjectPtr<IValidFile> noSrcFilesFound(const char*, const char*, const char*, IValidator&,
-                                          IInvalidFileIterator&, IValidFileIterator&) override {
-        return supplied;
-    }
-    ObjectPtr<IValidFile> supplied;
+// The client's own callbacks.
+using OwnFilesFound = fftest::FilesFoundCallback;
+using OwnNoFiles = fftest::NoFilesCallback;
+struct OwnStarted : fftest::StartedCallback {
+    OwnStarted() { suggestion = "own suggestion"; }
 };
 
 class DefaultCallbacks : public ::testing::Test {
@@ -208,11 +158,11 @@ TEST_F(DefaultCallbacks, AnOwnCallbackThatAnswersFalseStopsTheHistoryLookup) {
         remember(*history, r, "/found/lib");
         for (int behaviour : {1, 2}) {
             started->setBehavior(static_cast<search_started_behavior_t>(behaviour));
-            own.goOn = false;
+            own.answer = false;
             StringContainer stopped;
             EXPECT_FALSE(searchStarted(r, stopped));
             EXPECT_EQ(std::deque<std::string>{"own suggestion"}, stopped.m_list);
-            own.goOn = true;
+            own.answer = true;
             StringContainer both;
             EXPECT_EQ(behaviour == 1, searchStarted(r, both));
             EXPECT_EQ((std::deque<std::string>{"own suggestion", "/found/lib"}), both.m_list);

@@ -9,37 +9,15 @@
 #include <stdexcept>
 #include <thread>
 
+#include "callback_doubles.h"
 #include "ff_posix.h"
 
 using namespace FF_2_13;
 
 namespace {
 
-class Started : public ISearchStartedCallback {
-public:
-    ~Started() override { disconnectHolders(); }
-    bool binFileSearchStarted(const char*, IStringContainer&) override { return true; }
-    bool symFileSearchStarted(const char*, const char*, const char*, IStringContainer&) override {
-        return true;
-    }
-    bool srcFileSearchStarted(const char*, const char*, const char*, IStringContainer&) override {
-        return true;
-    }
-};
-
-class Found : public IFilesFoundCallback {
-public:
-    ~Found() override { disconnectHolders(); }
-    ObjectPtr<IValidFile> binFilesFound(const char*, IValidFileIterator&) override { return {}; }
-    ObjectPtr<IValidFile> symFilesFound(const char*, const char*, const char*,
-                                        IValidFileIterator&) override {
-        return {};
-    }
-    ObjectPtr<IValidFile> srcFilesFound(const char*, const char*, const char*,
-                                        IValidFileIterator&) override {
-        return {};
-    }
-};
+using Started = fftest::StartedCallback;
+using Found = fftest::FilesFoundCallback;
 
 std::vector<std::string> keysOf(IMetadata& metadata) {
     std::vector<std::string> keys;
@@ -71,27 +49,13 @@ TEST(Metadata, KeysAreExactByteStringsInByteOrder) {
     EXPECT_EQ(5u, keysOf(*metadata).size());
 }
 
-TEST(Metadata, EmptyKeyIteratorAnswersFalseAtOnce) {
+TEST(Metadata, EmptyKeyIteratorAnswersFalseAtOnceAndNullKeysThrow) {
     ObjectPtr<IMetadata> metadata(new Metadata);
     ObjectPtr<ISearchDirKeyIterator> it = metadata->searchDirsKeyIterator();
     const char* key = nullptr;
     ObjectPtr<ISearchDirContainer> dirs;
     EXPECT_FALSE(it->getCurrentRecord(key, dirs));
     EXPECT_FALSE(it->next());
-}
-
-TEST(Metadata, AbsentKeysGiveEmptyValuesAndNullKeysThrow) {
-    ObjectPtr<IMetadata> metadata(new Metadata);
-    EXPECT_FALSE(metadata->getCapturedSearchDirs("x"));
-    EXPECT_FALSE(metadata->getSearchStepsConfigurator("x"));
-    EXPECT_FALSE(metadata->getEnvironmentInfo("x"));
-    EXPECT_EQ(nullptr, metadata->getFileRetriever("x"));
-    EXPECT_EQ(nullptr, metadata->getMessenger("x"));
-    EXPECT_EQ("", metadata->getArchiveDir());
-    EXPECT_EQ("", metadata->getCacheDir());
-    file_finder_callbacks_t none = metadata->getCallbacks("never");
-    EXPECT_FALSE(none.searchStarted.get() || none.filesFound.get() || none.noFilesFound.get() ||
-                 none.confidenceLevelPolicy.get());
     EXPECT_THROW(metadata->getSearchDirs(nullptr), std::logic_error);
     EXPECT_THROW(metadata->registerMessenger(nullptr, nullptr), std::logic_error);
 }
@@ -106,15 +70,11 @@ TEST(Metadata, RegisteringOneCallbackKeepsTheOthersOfTheClient) {
     EXPECT_EQ(&started, callbacks.searchStarted.get());
     EXPECT_EQ(&found, callbacks.filesFound.get());
     EXPECT_EQ(nullptr, metadata->getCallbacks("C").searchStarted.get());
-}
-
-TEST(Metadata, ACallbackThatDiesLeavesEmptyHolders) {
-    ObjectPtr<IMetadata> metadata(new Metadata);
     {
-        Started started;
-        metadata->registerSearchStartedCallback("c", &started);
+        Started dying;
+        metadata->registerSearchStartedCallback("d", &dying);
     }
-    EXPECT_EQ(nullptr, metadata->getCallbacks("c").searchStarted.get());
+    EXPECT_EQ(nullptr, metadata->getCallbacks("d").searchStarted.get());
 }
 
 namespace {

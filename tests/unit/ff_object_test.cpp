@@ -45,37 +45,22 @@ TEST(ObjectPtr, FreshObjectHasCountOneAndCopiesShareIt) {
     EXPECT_EQ(1, deletions);
 }
 
-TEST(ObjectPtr, AssigningTheSameObjectLeavesTheCountUnchanged) {
-    int deletions = 0;
-    ObjectPtr<ICounted> a(new Counted(&deletions));
-    ObjectPtr<ICounted> b = a;
-    const ObjectPtr<ICounted>& self = a;
-    a = self;
-    a = b;
-    EXPECT_EQ(3, a->addRef());
-    a->release();
-    EXPECT_EQ(0, deletions);
-}
-
-TEST(ObjectPtr, AssigningNullReleasesAndLeavesNull) {
-    int deletions = 0;
-    ObjectPtr<ICounted> a(new Counted(&deletions));
-    a = ObjectPtr<ICounted>();
-    EXPECT_FALSE(a);
-    EXPECT_EQ(nullptr, a.get());
-    EXPECT_EQ(1, deletions);
-}
-
-TEST(ObjectPtr, AssigningAnotherObjectReleasesTheOld) {
+TEST(ObjectPtr, AssignmentReleasesTheOldObjectExceptWhenItIsTheSame) {
     int first = 0, second = 0;
     ObjectPtr<ICounted> a(new Counted(&first));
     ObjectPtr<ICounted> b(new Counted(&second));
+    const ObjectPtr<ICounted>& self = a;
+    a = self;
+    EXPECT_EQ(2, a->addRef());
+    a->release();
     a = b;
     EXPECT_EQ(1, first);
-    EXPECT_EQ(0, second);
     ObjectPtr<ICounted> moved(std::move(b));
     EXPECT_FALSE(b);
     EXPECT_EQ(a, moved);
+    a = moved = ObjectPtr<ICounted>();
+    EXPECT_EQ(nullptr, a.get());
+    EXPECT_EQ(1, second);
 }
 
 TEST(ObjectPtr, AddRefKeepsAHandedOutRawPointerAlive) {

@@ -80,20 +80,15 @@ TEST(SearchDirContainer, DuplicatesAfterCanonicalisationKeepFirstPlaceAndOrTheir
     EXPECT_FALSE(dirs->enumerate(scSourceFiles));
 }
 
-TEST(SearchDirContainer, NullNameIsIgnoredButAnsweredTrueAndEmptyNameIsStored) {
-    ObjectPtr<IEditableSearchDirContainer> dirs = IEditableSearchDirContainer::create();
+TEST(SearchDirContainer, NullNameIsIgnoredEmptyNameIsStoredAndClearEmptiesTheIndex) {
+    ObjectPtr<IEditableSearchDirContainer> dirs =
+        containerOf(scSourceFiles, {{"/a", true, true}, {"/b", false, false}});
+    dirs->clear(scSourceFiles);
     EXPECT_TRUE(dirs->addDirectory(scSourceFiles, nullptr, true, true));
     EXPECT_TRUE(dirs->addDirectory(scSourceFiles, "", false, false));
-    EXPECT_EQ((std::vector<Record>{{"", false, false}}), records(dirs->enumerate(scSourceFiles)));
-}
-
-TEST(SearchDirContainer, ClearEmptiesTheListAndItsIndex) {
-    ObjectPtr<IEditableSearchDirContainer> dirs =
-        containerOf(scBinaryFiles, {{"/a", true, true}, {"/b", false, false}});
-    dirs->clear(scBinaryFiles);
-    dirs->addDirectory(scBinaryFiles, "/a/", false, false);  // no longer a duplicate
-    EXPECT_EQ((std::vector<Record>{{"/a/", false, false}}),
-              records(dirs->enumerate(scBinaryFiles)));
+    dirs->addDirectory(scSourceFiles, "/a/", false, false);  // no longer a duplicate
+    EXPECT_EQ((std::vector<Record>{{"", false, false}, {"/a/", false, false}}),
+              records(dirs->enumerate(scSourceFiles)));
 }
 
 TEST(SearchDirIterator, IsASnapshotOfTheListWhenMade) {

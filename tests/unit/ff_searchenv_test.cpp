@@ -10,39 +10,14 @@
 #include <thread>
 #include <vector>
 
+#include "callback_doubles.h"
 #include "ff_searchenv_captured.h"
 
 using namespace FF_2_13;
 
 namespace {
 
-class FilesFound : public IFilesFoundCallback {
-public:
-    ObjectPtr<IValidFile> binFilesFound(const char*, IValidFileIterator&) override {
-        return ObjectPtr<IValidFile>();
-    }
-    ObjectPtr<IValidFile> symFilesFound(const char*, const char*, const char*,
-                                        IValidFileIterator&) override {
-        return ObjectPtr<IValidFile>();
-    }
-    ObjectPtr<IValidFile> srcFilesFound(const char*, const char*, const char*,
-                                        IValidFileIterator&) override {
-        return ObjectPtr<IValidFile>();
-    }
-};
-
-class Policy : public IConfidenceLevelPolicyCallback {
-public:
-    unsigned int getConfidenceLevel(search_category_t, unsigned int) override { return 0; }
-};
-
-std::vector<std::string> names(const ObjectPtr<ISearchDirIterator>& it) {
-    std::vector<std::string> out;
-    const char* name;
-    bool recursive, high;
-    for (it->reset(); it->getCurrentRecord(name, recursive, high); it->next()) out.push_back(name);
-    return out;
-}
+using fftest::dirNames;
 
 ObjectPtr<IEditableSearchEnv> envWith(const ObjectPtr<ISearchDirContainer>& dirs) {
     ObjectPtr<IEditableSearchEnv> env = IEditableSearchEnv::create();
@@ -52,37 +27,11 @@ ObjectPtr<IEditableSearchEnv> envWith(const ObjectPtr<ISearchDirContainer>& dirs
 
 }  // namespace
 
-TEST(SearchEnv, NewEnvironmentIsEmpty) {
-    ObjectPtr<IEditableSearchEnv> env = IEditableSearchEnv::create();
-    for (search_category_t c : {scBinaryFiles, scSymbolFiles, scSourceFiles, scAllFiles}) {
-        EXPECT_FALSE(env->searchDirs(c));
-        EXPECT_FALSE(env->archiveDirs(c));
-    }
-    EXPECT_STREQ("", env->cacheDir());
-    EXPECT_FALSE(env->environmentInfo());
-    EXPECT_FALSE(env->searchStepsConfigurator());
-    EXPECT_EQ(nullptr, env->fileRetriever());
-    EXPECT_EQ(nullptr, env->messenger());
-    EXPECT_FALSE(CallbackAccessor<ISearchStartedCallback>(env->searchStartedCallback()));
-    EXPECT_FALSE(CallbackAccessor<IFilesFoundCallback>(env->filesFoundCallback()));
-    EXPECT_FALSE(CallbackAccessor<INoFilesFoundCallback>(env->noFilesFoundCallback()));
-    EXPECT_FALSE(
-        CallbackAccessor<IConfidenceLevelPolicyCallback>(env->confidenceLevelPolicyCallback()));
-}
-
-TEST(SearchEnv, NullCacheDirKeepsTheEarlierValueAndNullPointersClear) {
+TEST(SearchEnv, NullCacheDirKeepsTheEarlierValue) {
     ObjectPtr<IEditableSearchEnv> env = IEditableSearchEnv::create();
     env->setCacheDir("/var/cache/x");
     env->setCacheDir(nullptr);
     EXPECT_STREQ("/var/cache/x", env->cacheDir());
-
-    env->setSearchStepsConfigurator(ISearchStepsConfigurator::create());
-    env->setEnvironmentInfo(IEditableEnvironmentInfo::create());
-    EXPECT_TRUE(env->searchStepsConfigurator());
-    env->setSearchStepsConfigurator(ObjectPtr<ISearchStepsConfigurator>());
-    env->setEnvironmentInfo(ObjectPtr<IEnvironmentInfo>());
-    EXPECT_FALSE(env->searchStepsConfigurator());
-    EXPECT_FALSE(env->environmentInfo());
 }
 
 TEST(SearchEnv, SearchAndArchiveDirsGiveFreshIteratorsOverTheirOwnContainer) {
@@ -98,39 +47,8 @@ TEST(SearchEnv, SearchAndArchiveDirsGiveFreshIteratorsOverTheirOwnContainer) {
     ASSERT_TRUE(first && second);
     EXPECT_NE(first, second);
     first->next();  // moving one leaves the other where it was
-    EXPECT_EQ((std::vector<std::string>{"/s"}), names(second));
-    EXPECT_EQ((std::vector<std::string>{"/arch"}), names(env->archiveDirs(scBinaryFiles)));
-}
-
-TEST(SearchEnv, HoldersForgetCallbacksThatDie) {
-    ObjectPtr<IEditableSearchEnv> env = IEditableSearchEnv::create();
-    Policy survivor;
-    {
-        FilesFound filesFound;
-        env->setFilesFoundCallback(CallbackHolder<IFilesFoundCallback>(&filesFound));
-        env->setConfidenceLevelPolicyCallback(&survivor);
-        EXPECT_EQ(&filesFound,
-                  CallbackAccessor<IFilesFoundCallback>(env->filesFoundCallback()).get());
-    }
-    EXPECT_FALSE(CallbackAccessor<IFilesFoundCallback>(env->filesFoundCallback()));
-    EXPECT_EQ(&survivor,
-              CallbackAccessor<IConfidenceLevelPolicyCallback>(env->confidenceLevelPolicyCallback())
-                  .get());
-    env = ObjectPtr<IEditableSearchEnv>();  // unregisters from the live callback
-}
-
-TEST(EnvironmentInfo, StartsUnknownAndStoresValuesUnchecked) {
-    ObjectPtr<IEditableEnvironmentInfo> info = IEditableEnvironmentInfo::create();
-    EXPECT_EQ(osUnknown, info->osType());
-    EXPECT_EQ(archUnknown, info->architecture());
-    EXPECT_STREQ("", info->kernelRelease());
-    info->setOsType(static_cast<operating_system_type_t>(77));
-    info->setArchitecture(archX86_64);
-    info->setKernelRelease("5.10.0");
-    info->setKernelRelease(nullptr);
-    EXPECT_EQ(77, info->osType());
-    EXPECT_EQ(archX86_64, info->architecture());
-    EXPECT_STREQ("5.10.0", info->kernelRelease());
+    EXPECT_EQ((std::vector<std::string>{"/s"}), dirNames(second));
+    EXPECT_EQ((std::vector<std::string>{"/arch"}), dirNames(env->archiveDirs(scBinaryFiles)));
 }
 
 TEST(CapturedSearchDirs, IsFrozenAtCaptureAndEmptyForANullEnvironment) {
@@ -140,7 +58,7 @@ TEST(CapturedSearchDirs, IsFrozenAtCaptureAndEmptyForANullEnvironment) {
     dirs->addDirectory(scSymbolFiles, "/later", false, false);
     dirs->addDirectory(scBinaryFiles, "/bin", false, false);
 
-    EXPECT_EQ((std::vector<std::string>{"/sym"}), names(captured->enumerate(scSymbolFiles)));
+    EXPECT_EQ((std::vector<std::string>{"/sym"}), dirNames(captured->enumerate(scSymbolFiles)));
     EXPECT_FALSE(captured->enumerate(scBinaryFiles));
     EXPECT_FALSE(captured->enumerate(static_cast<search_category_t>(9)));
 
@@ -203,7 +121,7 @@ TEST(CapturedSearchDirs, WalksOnTwoThreadsDoNotDisturbEachOther) {
             cv.wait(lock, [&] { return phase == 1; });
         }
         otherIt = captured->enumerate(scSourceFiles);
-        otherWalk = names(otherIt);
+        otherWalk = dirNames(otherIt);
         otherIt->next();  // leaves its own cursor at the end
         std::lock_guard<std::mutex> lock(m);
         phase = 2;
@@ -247,6 +165,6 @@ TEST(CapturedSearchDirs, ForgetsIteratorsOfThreadsNobodyHoldsButKeepsHeldOnes) {
     EXPECT_LE(impl->threadCount(), 16u);
     // The held iterators still work and were not replaced for anyone.
     for (const ObjectPtr<ISearchDirIterator>& it : held)
-        EXPECT_EQ((std::vector<std::string>{"/a"}), names(it));
+        EXPECT_EQ((std::vector<std::string>{"/a"}), dirNames(it));
     EXPECT_GE(impl->threadCount(), 3u);
 }

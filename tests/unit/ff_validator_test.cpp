@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "callback_doubles.h"
 #include "catalog_guard.h"
 #include "temp_dir.h"
 #include "unprivileged.h"
@@ -20,17 +21,7 @@ namespace {
 
 constexpr char kAbcMd5[] = "900150983cd24fb0d6963f7d28e17f72";
 
-class Policy : public IConfidenceLevelPolicyCallback {
-public:
-    unsigned int getConfidenceLevel(search_category_t category, unsigned int value) override {
-        asked.push_back(value);
-        lastCategory = category;
-        return answer;
-    }
-    unsigned int answer = 0;
-    std::vector<unsigned int> asked;
-    search_category_t lastCategory = scAllFiles;
-};
+using Policy = fftest::PolicyCallback;
 
 class Retriever : public IFileRetriever {
 public:
