@@ -8,7 +8,7 @@
 #
 # What the fuzzers learn stays outside the clone and grows from run to run:
 #   $FF_BUILD_ROOT/fuzz               the build
-#   $FF_BUILD_ROOT/fuzz/work/<target>  the corpus grown beyond the seeds
+#   $FF_BUILD_ROOT/fuzz/grown/<target>  the corpus grown beyond the seeds
 #   $FF_BUILD_ROOT/fuzz/artifacts/     inputs that crashed (crash-<sha1>), with a log
 # To keep a crashing input as a regression seed, copy it into fuzz/corpus/<target>/.
 set -euo pipefail
@@ -44,7 +44,7 @@ export UBSAN_OPTIONS="${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}"
 failed=()
 for target in "${targets[@]}"; do
   short="${target#fuzz_}"
-  work="$dir/work/$short"
+  work="$dir/grown/$short"
   log="$dir/artifacts/$target.log"
   mkdir -p "$work" "$dir/artifacts"
   args=(-max_total_time="$seconds" -timeout=30 -rss_limit_mb=2048 -print_final_stats=1

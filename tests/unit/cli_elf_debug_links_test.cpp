@@ -57,40 +57,40 @@ private:
 
 // A small ELF file: header, one PT_NOTE segment, and the sections null, .shstrtab,
 // .note.gnu.build-id, .gnu_debuglink and .debug_info.
-std::string buildElf(const ElfSpec& spec) {
-    const bool w = spec.is64;
+std::string buildElf(const ElfSpec& layout) {
+    const bool w = layout.is64;
     const std::size_t shentsize = w ? 64 : 40, phentsize = w ? 56 : 32;
-    ElfWriter out(spec.bigEndian, kShdrAt + 5 * shentsize);
+    ElfWriter out(layout.bigEndian, kShdrAt + 5 * shentsize);
     out.bytes(0, std::string("\x7f"
                              "ELF",
                              4));
     out.put(4, w ? 2 : 1, 1);
-    out.put(5, spec.bigEndian ? 2 : 1, 1);
+    out.put(5, layout.bigEndian ? 2 : 1, 1);
     out.put(6, 1, 1);
     out.put(16, 2, 2);  // ET_EXEC
     const std::size_t at = w ? 54 : 42;
-    if (spec.segments) {
+    if (layout.segments) {
         out.put(w ? 32 : 28, kPhdrAt, w ? 8 : 4);
         out.put(at, phentsize, 2);
         out.put(at + 2, 1, 2);
     }
-    if (spec.sections) {
+    if (layout.sections) {
         out.put(w ? 40 : 32, kShdrAt, w ? 8 : 4);
         out.put(at + 4, shentsize, 2);
         out.put(at + 6, 5, 2);
         out.put(at + 8, 1, 2);
     }
     // The note: namesz, descsz, type, "GNU\0", the id padded to 4 bytes.
-    const std::size_t noteSize = 16 + (spec.buildId.size() + 3) / 4 * 4;
+    const std::size_t noteSize = 16 + (layout.buildId.size() + 3) / 4 * 4;
     out.put(kNoteAt, 4, 4);
-    out.put(kNoteAt + 4, spec.buildId.size(), 4);
+    out.put(kNoteAt + 4, layout.buildId.size(), 4);
     out.put(kNoteAt + 8, 3, 4);
     out.bytes(kNoteAt + 12, std::string("GNU\0", 4));
-    out.bytes(kNoteAt + 16, spec.buildId);
+    out.bytes(kNoteAt + 16, layout.buildId);
     // The debug link: the name, NUL, padding to 4, the CRC.
-    const std::size_t crcAt = (spec.debugLink.size() + 1 + 3) / 4 * 4;
-    out.bytes(kLinkAt, spec.debugLink);
-    out.put(kLinkAt + crcAt, spec.crc, 4);
+    const std::size_t crcAt = (layout.debugLink.size() + 1 + 3) / 4 * 4;
+    out.bytes(kLinkAt, layout.debugLink);
+    out.put(kLinkAt + crcAt, layout.crc, 4);
     out.bytes(kNamesAt, kNames);
     out.bytes(kInfoAt, "debug info bytes");
 
@@ -113,7 +113,7 @@ std::string buildElf(const ElfSpec& spec) {
                            {kShstrtabName, 3, kNamesAt, kNames.size()},
                            {kNoteName, 7, kNoteAt, noteSize},
                            {kLinkName, 1, kLinkAt, crcAt + 4},
-                           {kInfoName, 1, kInfoAt, spec.debugInfo ? 16u : 0u}};
+                           {kInfoName, 1, kInfoAt, layout.debugInfo ? 16u : 0u}};
     for (std::size_t i = 0; i < 5; ++i) {
         const std::size_t sh = kShdrAt + i * shentsize;
         out.put(sh, sections[i].name, 4);
@@ -136,11 +136,11 @@ TEST(ElfDebugLinks, ReadsBothClassesInBothByteOrders) {
     for (bool is64 : {false, true}) {
         for (bool big : {false, true}) {
             SCOPED_TRACE(std::string(is64 ? "64" : "32") + (big ? " big" : " little") + " endian");
-            ElfSpec spec;
-            spec.is64 = is64;
-            spec.bigEndian = big;
-            spec.debugInfo = true;
-            const ElfReadResult result = parseElfDebugLinks(buildElf(spec));
+            ElfSpec layout;
+            layout.is64 = is64;
+            layout.bigEndian = big;
+            layout.debugInfo = true;
+            const ElfReadResult result = parseElfDebugLinks(buildElf(layout));
             ASSERT_EQ(result.status, ElfReadStatus::kOk);
             EXPECT_EQ(result.links.buildId, "3a9f00c1d2");
             EXPECT_EQ(result.links.buildIdPath(), ".build-id/3a/9f00c1d2.debug");
@@ -152,9 +152,9 @@ TEST(ElfDebugLinks, ReadsBothClassesInBothByteOrders) {
 }
 
 TEST(ElfDebugLinks, TakesTheBuildIdFromSegmentsWhenThereAreNoSections) {
-    ElfSpec spec;
-    spec.sections = false;
-    const ElfReadResult result = parseElfDebugLinks(buildElf(spec));
+    ElfSpec layout;
+    layout.sections = false;
+    const ElfReadResult result = parseElfDebugLinks(buildElf(layout));
     ASSERT_EQ(result.status, ElfReadStatus::kOk);
     EXPECT_EQ(result.links.buildId, "3a9f00c1d2");
     EXPECT_EQ(result.links.debugLink, "");
@@ -175,15 +175,15 @@ TEST(ElfDebugLinks, ReadsExtendedSectionNumbering) {
 }
 
 TEST(ElfDebugLinks, IgnoresDebugLinksThatAreNotPlainFileNames) {
-    ElfSpec spec;
-    spec.debugLink = "../../etc/shadow";
-    EXPECT_EQ(parseElfDebugLinks(buildElf(spec)).links.debugLink, "");
+    ElfSpec layout;
+    layout.debugLink = "../../etc/shadow";
+    EXPECT_EQ(parseElfDebugLinks(buildElf(layout)).links.debugLink, "");
 }
 
 TEST(ElfDebugLinks, BuildIdShorterThanTwoBytesHasNoPath) {
-    ElfSpec spec;
-    spec.buildId = "\x7f";
-    const ElfReadResult result = parseElfDebugLinks(buildElf(spec));
+    ElfSpec layout;
+    layout.buildId = "\x7f";
+    const ElfReadResult result = parseElfDebugLinks(buildElf(layout));
     EXPECT_EQ(result.links.buildId, "7f");
     EXPECT_EQ(result.links.buildIdPath(), "");
 }
@@ -204,9 +204,9 @@ TEST(ElfDebugLinks, TellsNonElfInputFromUnreadableFiles) {
 TEST(ElfDebugLinks, SurvivesTruncatedAndHostileImages) {
     // Cut off anywhere: whatever is read is read right, the rest is absent.
     for (bool is64 : {false, true}) {
-        ElfSpec spec;
-        spec.is64 = is64;
-        const std::string image = buildElf(spec);
+        ElfSpec layout;
+        layout.is64 = is64;
+        const std::string image = buildElf(layout);
         for (std::size_t length = 0; length < image.size(); ++length) {
             const ElfReadResult result =
                 parseElfDebugLinks(std::string_view(image).substr(0, length));
