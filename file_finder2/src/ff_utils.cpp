@@ -69,6 +69,11 @@ std::string getCanonicalName(const char* name, bool flag) {
             if (c == '\\') c = '/';
     }
     if (isAlreadyCanonical(text)) return text;
+    // A directory written with its trailing separator ("/opt/x/") is the same one without.
+    if (text.size() > 1 && text.back() == '/' && text[text.size() - 2] != '/') {
+        std::string withoutSeparator(text, 0, text.size() - 1);
+        if (isAlreadyCanonical(withoutSeparator)) return withoutSeparator;
+    }
     fs::path path(text);
     if (path.filename() == ".") path = path.parent_path();
     // Appending an empty element changes nothing under the version 3 rules; the flag
