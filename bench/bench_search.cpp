@@ -6,17 +6,21 @@
 //     1,000 directories;
 //   - RecursiveMiss: a name that no directory holds, so the whole tree is walked: 10,000,
 //     20,000 and 100,000 directories (the cost per directory must not grow with the
-//     tree: the 100,000-directory miss at most 5.5 times the 20,000-directory one) and
+//     tree: the 100,000-directory miss at most 5.5 times the 20,000-directory one, timed
+//     in turns by RecursiveMissLinearity) and
 //     the deep tree (8 chains of 400 to 500 nested directories).
 // The recursive searches run the directory step alone, with the tree as their only
 // search directory, so that no system directory of this machine takes part.
 //
 // Trees are made once by tree_generator.h under $FF_BENCH_TREES (default
 // $FF_CACHE_ROOT/bench-trees) and kept. The 100,000-directory tree takes a while to make
-// the first time; --benchmark_filter=-100000 leaves it out.
+// the first time; --benchmark_filter='-100000|Linearity' leaves it out.
 #include <benchmark/benchmark.h>
 
+#include <time.h>
+
 #include <boost/filesystem.hpp>
+#include <chrono>
 #include <fstream>
 #include <string>
 
@@ -134,6 +138,39 @@ BENCHMARK(BM_RecursiveMiss)
     ->Arg(100000)
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime();
+
+double threadCpuSeconds() {
+    timespec t{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
+    return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) / 1e9;
+}
+
+// The 20,000- and the 100,000-directory miss in turns, each timed on its own, so that
+// other work on the machine weighs on both alike: wall_ratio and cpu_ratio (the thread's
+// processor time) of the larger against the smaller, at most 5.5 for a cost linear in the
+// directories.
+void BM_RecursiveMissLinearity(benchmark::State& state) {
+    const std::string cache = ffbench::treeCacheDir();
+    ObjectPtr<IFileSearch> small = recursiveSearch(ffbench::ensureWideTree(cache, 20000));
+    ObjectPtr<IFileSearch> large = recursiveSearch(ffbench::ensureWideTree(cache, 100000));
+    double wall[2] = {0, 0};
+    double cpu[2] = {0, 0};
+    for (auto _ : state) {
+        int i = 0;
+        for (IFileSearch* search : {small.get(), large.get()}) {
+            const double cpuBefore = threadCpuSeconds();
+            const auto start = std::chrono::steady_clock::now();
+            if (search->findBinFile(ffbench::kMissName, nullptr, nullptr, 0))
+                state.SkipWithError("a file was found");
+            wall[i] +=
+                std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+            cpu[i++] += threadCpuSeconds() - cpuBefore;
+        }
+    }
+    state.counters["wall_ratio"] = wall[1] / wall[0];
+    state.counters["cpu_ratio"] = cpu[1] / cpu[0];
+}
+BENCHMARK(BM_RecursiveMissLinearity)->Unit(benchmark::kMillisecond)->UseRealTime()->MinTime(10.0);
 
 void BM_RecursiveMissDeepTree(benchmark::State& state) {
     const std::string root = ffbench::ensureDeepTree(ffbench::treeCacheDir());

@@ -3,6 +3,9 @@
 // that it can be timed against the command-line tool a user would run instead:
 //
 //   ff_bench_driver find-recursive DIR NAME   like: find -L DIR -name NAME [-quit]
+//   ff_bench_driver find-recursive-threads N DIR NAME
+//                                             the same search on N threads at once, all on
+//                                             one IFileSearch
 //   ff_bench_driver md5 FILE                  like: md5sum FILE, openssl dgst -md5 FILE
 //   ff_bench_driver sha1 FILE                 like: sha1sum FILE, openssl dgst -sha1 FILE
 //   ff_bench_driver extract IN OUT            like: zcat IN > OUT (IN: a kernel image)
@@ -15,12 +18,16 @@
 // of this machine takes part) and asks findBinFile for NAME: the search stops at the
 // first file of that name, as find -quit does, and walks the whole tree on a miss.
 // It prints the file found, or nothing; the exit status is 0 either way.
+// find-recursive-threads measures what sharing one search costs: its time against one
+// search's, and against N processes of find-recursive started at once.
 #include <file_finder.h>
 
 #include <cstdio>
 #include <cstring>
 #include <exception>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "kernel_image_generator.h"
 #include "tree_generator.h"
@@ -33,17 +40,18 @@ constexpr char kClientId[] = "ff-bench";
 
 int usage() {
     std::fputs(
-        "usage: ff_bench_driver find-recursive DIR NAME | md5 FILE | sha1 FILE |\n"
+        "usage: ff_bench_driver find-recursive DIR NAME | find-recursive-threads N DIR NAME |\n"
+        "                       md5 FILE | sha1 FILE |\n"
         "                       extract IN OUT | make-tree wide ROOTDIR N |\n"
         "                       make-tree deep ROOTDIR | make-kernel-image DIR\n",
         stderr);
     return 2;
 }
 
-int findRecursive(const char* dir, const char* name) {
+ObjectPtr<IFileSearch> recursiveSearch(const char* dir) {
     ObjectPtr<IResolutionContextMgr> mgr = IResolutionContextMgr::create();
     ObjectPtr<IResolutionContext> context = mgr->createFileSystemContext(dir, false);
-    if (!context) return usage();
+    if (!context) return ObjectPtr<IFileSearch>();
 
     ObjectPtr<IEditableSearchDirContainer> dirs = IEditableSearchDirContainer::create();
     dirs->addDirectory(scBinaryFiles, dir, /*recursive=*/true, /*highPriority=*/false);
@@ -54,10 +62,25 @@ int findRecursive(const char* dir, const char* name) {
     steps->setStep(ssLowPrioritySearchDirs, scBinaryFiles, true);
     mgr->registerSearchStepsConfigurator(*context, kClientId, steps);
 
-    ObjectPtr<IFileSearch> search =
-        mgr->createFileSearch(*context, kClientId, ObjectPtr<IEnvironmentInfo>());
+    return mgr->createFileSearch(*context, kClientId, ObjectPtr<IEnvironmentInfo>());
+}
+
+int findRecursive(const char* dir, const char* name) {
+    ObjectPtr<IFileSearch> search = recursiveSearch(dir);
+    if (!search) return usage();
     ObjectPtr<IValidFile> found = search->findBinFile(name, nullptr, nullptr, 0);
     if (found) std::printf("%s\n", found->name());
+    return 0;
+}
+
+int findRecursiveOnThreads(const char* count, const char* dir, const char* name) {
+    const unsigned long threads = std::strtoul(count, nullptr, 10);
+    ObjectPtr<IFileSearch> search = recursiveSearch(dir);
+    if (!search || threads < 1) return usage();
+    std::vector<std::thread> running;
+    for (unsigned long i = 0; i < threads; ++i)
+        running.emplace_back([&] { search->findBinFile(name, nullptr, nullptr, 0); });
+    for (std::thread& thread : running) thread.join();
     return 0;
 }
 
@@ -98,6 +121,8 @@ int main(int argc, char** argv) try {
     if (argc < 2) return usage();
     const std::string command = argv[1];
     if (command == "find-recursive" && argc == 4) return findRecursive(argv[2], argv[3]);
+    if (command == "find-recursive-threads" && argc == 5)
+        return findRecursiveOnThreads(argv[2], argv[3], argv[4]);
     if (command == "md5" && argc == 3) return checksum(argv[2], ctMD5);
     if (command == "sha1" && argc == 3) return checksum(argv[2], ctSHA1);
     if (command == "extract" && argc == 4) return extract(argv[2], argv[3]);

@@ -6,13 +6,17 @@
 //       the goals that the benchmarks decide (warm hit by absolute name, two threads
 //       against one, the 100,000-directory miss against the 20,000-directory one).
 //
-//   ff_bench_report compare OUTDIR PAIRS.tsv EXTRA.tsv ROUND.json...
+//   ff_bench_report compare OUTDIR PAIRS.tsv RATIOS.tsv EXTRA.tsv ROUND.json...
 //       hyperfine JSON files (one per round; commands named with --command-name) ->
-//       OUTDIR/compare.md (medians, processor times and ratios of each pair, then the
-//       rows of EXTRA.tsv) and OUTDIR/compare.dat (the data of the chart).
+//       OUTDIR/compare.md (medians, processor times and speeds of each pair, the ratios,
+//       then the rows of EXTRA.tsv) and OUTDIR/compare.dat (the data of the chart).
 //       PAIRS.tsv: label, library command name, tool command name, the least speed of the
 //       library relative to the tool that meets the goal ("-" for none), the number of
 //       directories walked ("-" when no tree is walked), tab-separated.
+//       RATIOS.tsv: label, command, reference command, the largest ratio of their times
+//       that meets the goal ("-" for none), and optionally the number of searches the
+//       command runs for one of the reference (its processor time is divided by it):
+//       how the library's own runs compare.
 //       EXTRA.tsv: label, library, tool, goal, met: rows measured otherwise (memory,
 //       system calls), written as they are.
 //
@@ -24,6 +28,7 @@
 #include <iostream>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -33,8 +38,9 @@ using nlohmann::json;
 namespace {
 
 int usage() {
-    std::cerr << "usage: ff_bench_report bench OUT.md RESULT.json...\n"
-                 "       ff_bench_report compare OUTDIR PAIRS.tsv EXTRA.tsv ROUND.json...\n";
+    std::cerr
+        << "usage: ff_bench_report bench OUT.md RESULT.json...\n"
+           "       ff_bench_report compare OUTDIR PAIRS.tsv RATIOS.tsv EXTRA.tsv ROUND.json...\n";
     return 2;
 }
 
@@ -132,18 +138,20 @@ struct Run {
     json entry;
 };
 
-// One run per benchmark: the median aggregate when there were repetitions.
+// One run per benchmark: the median aggregate of a benchmark that was repeated.
 std::vector<Run> runsOf(const json& results) {
-    bool aggregated = false;
+    std::set<std::string> repeated;
     for (const json& b : results["benchmarks"])
-        if (b.value("run_type", "") == "aggregate") aggregated = true;
+        if (b.value("run_type", "") == "aggregate") repeated.insert(b.value("run_name", ""));
     std::vector<Run> runs;
     for (const json& b : results["benchmarks"]) {
+        const std::string name = b.value("run_name", b.value("name", ""));
         const bool aggregate = b.value("run_type", "") == "aggregate";
-        if (aggregated && !(aggregate && b.value("aggregate_name", "") == "median")) continue;
+        if (aggregate ? b.value("aggregate_name", "") != "median" : repeated.count(name) > 0)
+            continue;
         const double unit = secondsPerUnit(b.value("time_unit", "ns"));
-        runs.push_back(Run{b.value("run_name", b.value("name", "")),
-                           b.value("real_time", 0.0) * unit, b.value("cpu_time", 0.0) * unit, b});
+        runs.push_back(
+            Run{name, b.value("real_time", 0.0) * unit, b.value("cpu_time", 0.0) * unit, b});
     }
     return runs;
 }
@@ -192,23 +200,34 @@ int benchSummary(const std::string& outFile, const std::vector<std::string>& inp
     if (const Run* hit = findRun(all, "BM_AbsoluteNameHit", "high_priority_dirs:0/"))
         goals << "| warm search hit by absolute name ≤ 20 µs | " << duration(hit->realSeconds)
               << " | " << yesNo(hit->realSeconds <= 20e-6) << " |\n";
-    const Run* one = findRun(all, "BM_SharedFileSearchFullWalk", "threads:1/");
-    const Run* two = findRun(all, "BM_SharedFileSearchFullWalk", "threads:2/");
-    if (one && two && one->entry.contains("latency_ms") && two->entry.contains("latency_ms")) {
-        const double wall =
-            two->entry["latency_ms"].get<double>() / one->entry["latency_ms"].get<double>();
-        const double cpu = two->entry["cpu_ms"].get<double>() / one->entry["cpu_ms"].get<double>();
-        goals << "| two threads' full-walk search ≤ 1.15 × one thread's | " << fixed(wall, 2)
-              << " × wall, " << fixed(cpu, 2) << " × CPU | " << yesNo(wall <= 1.15)
-              << (wall > 1.15 && cpu <= 1.15 ? " (CPU: yes)" : "") << " |\n";
-    }
-    const Run* small = findRun(all, "BM_RecursiveMiss", "/20000/");
-    const Run* large = findRun(all, "BM_RecursiveMiss", "/100000/");
-    if (small && large) {
-        const double wall = large->realSeconds / small->realSeconds;
-        const double cpu = large->cpuSeconds / small->cpuSeconds;
-        goals << "| 100,000-directory miss ≤ 5.5 × the 20,000-directory miss | " << fixed(wall, 2)
-              << " × wall, " << fixed(cpu, 2) << " × CPU | " << yesNo(wall <= 5.5) << " |\n";
+    // Per-search wall and processor time on two threads against one, of one benchmark.
+    auto twoAgainstOne = [&](const std::string& family, double& wall, double& cpu) {
+        const Run* one = findRun(all, family, "threads:1/");
+        const Run* two = findRun(all, family, "threads:2/");
+        if (!one || !two || !one->entry.contains("latency_ms") ||
+            !two->entry.contains("latency_ms"))
+            return false;
+        wall = two->entry["latency_ms"].get<double>() / one->entry["latency_ms"].get<double>();
+        cpu = two->entry["cpu_ms"].get<double>() / one->entry["cpu_ms"].get<double>();
+        return true;
+    };
+    double wall = 0, cpu = 0;
+    if (twoAgainstOne("BM_SharedFileSearchFullWalk", wall, cpu))
+        goals << "| two threads' full-walk searches on one IFileSearch ≤ 1.15 × one thread's | "
+              << fixed(wall, 2) << " × wall, " << fixed(cpu, 2) << " × CPU | "
+              << yesNo(wall <= 1.15) << (wall > 1.15 && cpu <= 1.15 ? " (CPU: yes)" : "") << " |\n";
+    if (twoAgainstOne("BM_SeparateFileSearchesFullWalk", wall, cpu))
+        goals << "| for comparison: two threads, each with a search of its own | " << fixed(wall, 2)
+              << " × wall, " << fixed(cpu, 2) << " × CPU | – |\n";
+    if (const Run* linear = findRun(all, "BM_RecursiveMissLinearity")) {
+        if (linear->entry.contains("wall_ratio")) {
+            const double wall = linear->entry["wall_ratio"].get<double>();
+            const double cpu = linear->entry["cpu_ratio"].get<double>();
+            goals << "| 100,000-directory miss ≤ 5.5 × the 20,000-directory miss | "
+                  << fixed(wall, 2) << " × wall, " << fixed(cpu, 2) << " × CPU | "
+                  << yesNo(wall <= 5.5) << (wall > 5.5 && cpu <= 5.5 ? " (CPU: yes)" : "")
+                  << " |\n";
+        }
     }
 
     std::ofstream out(outFile);
@@ -229,8 +248,8 @@ struct Timings {
     std::vector<double> cpu;   // user + system mean of each round
 };
 
-int compare(const std::string& outDir, const std::string& pairsFile, const std::string& extraFile,
-            const std::vector<std::string>& rounds) {
+int compare(const std::string& outDir, const std::string& pairsFile, const std::string& ratiosFile,
+            const std::string& extraFile, const std::vector<std::string>& rounds) {
     std::map<std::string, Timings> byCommand;
     for (const std::string& round : rounds) {
         const json timings = readJson(round);
@@ -280,6 +299,30 @@ int compare(const std::string& outDir, const std::string& pairsFile, const std::
                   << fixed(cpuSpeed, 2) << ")\n";
     }
 
+    std::ostringstream ratios;
+    for (const std::vector<std::string>& row : readTsv(ratiosFile)) {
+        if (row.size() < 4) continue;
+        const auto measured = byCommand.find(row[1]);
+        const auto reference = byCommand.find(row[2]);
+        if (measured == byCommand.end() || reference == byCommand.end()) {
+            std::cerr << "ff_bench_report: no timings for " << row[0] << "\n";
+            continue;
+        }
+        const double wall = median(measured->second.wall) / median(reference->second.wall);
+        const double searches = row.size() > 4 ? std::stod(row[4]) : 1;
+        const double cpu = median(measured->second.cpu) / median(reference->second.cpu) / searches;
+        const bool hasGoal = row[3] != "-";
+        const double goal = hasGoal ? std::stod(row[3]) : 0;
+        std::string met = "–";
+        if (hasGoal) met = yesNo(wall <= goal) + (wall > goal && cpu <= goal ? " (CPU: yes)" : "");
+        ratios << "| " << row[0] << " (`" << row[1] << "` / `" << row[2] << "`) | "
+               << duration(median(measured->second.wall)) << " | "
+               << duration(median(reference->second.wall)) << " | " << fixed(wall, 2) << " × | "
+               << fixed(cpu, 2) << " × | " << (hasGoal ? "≤ " + fixed(goal, 2) + " ×" : "–")
+               << " | " << met << " |\n";
+        std::cout << row[0] << ": " << fixed(wall, 2) << " (CPU " << fixed(cpu, 2) << ")\n";
+    }
+
     std::ostringstream extra;
     const auto extras = readTsv(extraFile);
     if (!extras.empty()) {
@@ -295,7 +338,14 @@ int compare(const std::string& outDir, const std::string& pairsFile, const std::
     out << "## The library against the tools\n\n"
         << "Medians over every timed run (wall) and over the rounds' mean user + system time "
            "(CPU); speed = the tool's time / the library's (above 1: the library is faster).\n\n"
-        << table.str() << extra.str();
+        << table.str();
+    if (!ratios.str().empty())
+        out << "\n| ratio | measured | reference | ratio (wall) | ratio (CPU per search) | goal | "
+               "met "
+               "|\n"
+               "|---|---:|---:|---:|---:|---:|:---:|\n"
+            << ratios.str();
+    out << extra.str();
     return out ? 0 : 1;
 }
 
@@ -306,8 +356,9 @@ int main(int argc, char** argv) try {
     const std::string command = argv[1];
     if (command == "bench" && argc >= 4)
         return benchSummary(argv[2], std::vector<std::string>(argv + 3, argv + argc));
-    if (command == "compare" && argc >= 6)
-        return compare(argv[2], argv[3], argv[4], std::vector<std::string>(argv + 5, argv + argc));
+    if (command == "compare" && argc >= 7)
+        return compare(argv[2], argv[3], argv[4], argv[5],
+                       std::vector<std::string>(argv + 6, argv + argc));
     return usage();
 } catch (const std::exception& e) {
     std::cerr << "ff_bench_report: " << e.what() << "\n";

@@ -5,6 +5,8 @@
 #     hit), and over the deep tree (8 chains of 400 to 500 directories) against find -L;
 #   - MD5 and SHA1 of a 1 GiB file against md5sum / sha1sum and `openssl dgst`;
 #   - kernel image extraction against `zcat` to a file, with peak memory (time -v);
+#   - two searches at once on two threads of one IFileSearch, against one search and
+#     against two processes;
 #   - system calls per directory visited, library against find -L (strace -c -f);
 #   - user-space instructions of the tree walk (callgrind), where valgrind is installed.
 # The library's side is bench/ff_bench_driver.cpp, a client of the shared library.
@@ -86,8 +88,16 @@ timed "$rounds" 3 1 lib-hit-20k "$driver find-recursive $wide $hit" \
   find-hit-20k "find -L $wide -name $hit -quit"
 timed "$rounds" 3 1 lib-miss-deep "$driver find-recursive $deep $miss" \
   find-miss-deep "find -L $deep -name $miss"
-timed 1 3 1 lib-miss-100k "$driver find-recursive $wide100k $miss" \
+timed 2 3 1 lib-miss-100k "$driver find-recursive $wide100k $miss" \
   find-miss-100k "find -L $wide100k -name $miss"
+
+echo "compare.sh: two searches at once" >&2
+# One search; two on two threads of one IFileSearch; two in two processes. The processes
+# share nothing, so they show what the machine allows two searches at once; the threads
+# should be no slower than them.
+timed "$rounds" 3 1 one-search "$driver find-recursive-threads 1 $wide $miss" \
+  two-threads "$driver find-recursive-threads 2 $wide $miss" \
+  two-processes "$driver find-recursive $wide $miss & $driver find-recursive $wide $miss; wait"
 
 echo "compare.sh: checksums and extraction" >&2
 cat "$gib" "$stream" "$image" >/dev/null  # warm the page cache for every contender
@@ -107,6 +117,14 @@ MD5 of 1 GiB, against md5sum	lib-md5	md5sum	-	-
 SHA1 of 1 GiB, against openssl dgst	lib-sha1	openssl-sha1	0.95	-
 SHA1 of 1 GiB, against sha1sum	lib-sha1	sha1sum	-	-
 kernel image extraction, 100 MB stream	lib-extract	zcat	1.3	-
+EOF
+
+cat >"$work/ratios.tsv" <<EOF
+the 100,000-directory miss against the 20,000-directory one	lib-miss-100k	lib-miss-20k	5.5
+the same for find -L	find-miss-100k	find-miss-20k	-
+two searches on two threads of one IFileSearch, against one	two-threads	one-search	1.15	2
+two searches in two processes, against one (what the machine allows)	two-processes	one-search	-	2
+two threads against two processes	two-threads	two-processes	-
 EOF
 
 # ---- measures that are not times ------------------------------------------------------
@@ -172,7 +190,7 @@ if command -v valgrind >/dev/null; then
 fi
 
 # ---- tables and chart -----------------------------------------------------------------
-"$report" compare "$out" "$work/pairs.tsv" "$extra" "$raw"/*.json
+"$report" compare "$out" "$work/pairs.tsv" "$work/ratios.tsv" "$extra" "$raw"/*.json
 {
   echo
   echo "Measured $(date -u +%Y-%m-%d) on $(nproc) cores ($(uname -r)), $rounds rounds;"
@@ -181,18 +199,20 @@ fi
 } >>"$out/compare.md"
 
 gnuplot <<EOF
-set terminal pngcairo size 960,520 font "sans,10"
+set terminal pngcairo size 1100,620 font "sans,10"
 set output "$out/compare.png"
-set title "file_finder2 against the tools (time relative to the tool; below 1: the library is faster)"
+set title "file_finder2 against the tools: the library's time relative to the tool's (below 1: the library is faster)" noenhanced
 set style data histogram
 set style histogram clustered gap 1
 set style fill solid 0.8 border -1
 set boxwidth 0.8
-set xtics rotate by -25 left noenhanced
+set xtics rotate by -30 left noenhanced
+set bmargin 11
+set rmargin 26
 set ylabel "library time / tool time"
 set yrange [0:*]
 set grid ytics
-set key top left
+set key outside top center horizontal
 set datafile separator "\t"
 set datafile missing "NaN"
 plot "$out/compare.dat" using 2:xtic(1) title "library" lc rgb "#3070b0", \
