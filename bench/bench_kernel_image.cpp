@@ -2,96 +2,29 @@
 //
 // The image is a gzip stream of about 100 MB (of data that compresses about as well as a
 // kernel) behind 16 KiB of boot code; zcat gets the same stream alone. Both run on warm
-// input; the output is removed outside the timing. Files are made once and kept in
-// $FF_BENCH_DIR (default: the system's temporary directory), so later runs start at once.
-// Point FF_BENCH_DIR at a tmpfs to take the disk out of the comparison.
+// input; the output is removed outside the timing. Files are made once
+// (kernel_image_generator.h) and kept in $FF_BENCH_DIR (default: the system's temporary
+// directory), so later runs start at once. Point FF_BENCH_DIR at a tmpfs to take the disk
+// out of the comparison.
 //
 //   bench_kernel_image --benchmark_repetitions=3
 #include <benchmark/benchmark.h>
 #include <sys/resource.h>
-#include <zlib.h>
 
 #include <boost/filesystem.hpp>
 #include <cstdlib>
-#include <fstream>
-#include <random>
-#include <stdexcept>
 #include <string>
-#include <vector>
 
 #include "ff_kernel_image.h"
+#include "kernel_image_generator.h"
 
 namespace fs = boost::filesystem;
 
 namespace {
 
-constexpr size_t kBootCodeSize = 16384;
-constexpr uintmax_t kStreamSize = 100u * 1000 * 1000;
-
 fs::path workDir() {
     const char* chosen = std::getenv("FF_BENCH_DIR");
-    fs::path dir = chosen && *chosen ? fs::path(chosen) : fs::temp_directory_path();
-    dir /= "ff-bench-kernel-image";
-    fs::create_directories(dir);
-    return dir;
-}
-
-// Data made of tokens drawn with a skewed distribution from a fixed vocabulary: repeats for
-// the matcher and skewed bytes for the entropy coder, about 3:1 under gzip, as a kernel.
-class KernelLikeSource {
-  public:
-    KernelLikeSource() : m_random(11) {
-        std::geometric_distribution<int> byte(0.05);
-        std::uniform_int_distribution<int> length(2, 14);
-        for (auto& token : m_vocabulary) {
-            token.resize(length(m_random));
-            for (char& c : token) c = static_cast<char>(byte(m_random) & 0xFF);
-        }
-    }
-    void fill(std::string& piece, size_t size) {
-        std::geometric_distribution<size_t> pick(0.003);
-        piece.clear();
-        while (piece.size() < size) piece += m_vocabulary[pick(m_random) % m_vocabulary.size()];
-    }
-
-  private:
-    std::mt19937 m_random;
-    std::vector<std::string> m_vocabulary = std::vector<std::string>(4096);
-};
-
-// Writes 16 KiB of boot code followed by the gzip stream to `image`, and the stream alone
-// to `stream`, in pieces, until the stream has reached kStreamSize.
-void makeImage(const fs::path& image, const fs::path& stream) {
-    std::ofstream imageOut(image.string(), std::ios::binary);
-    std::ofstream streamOut(stream.string(), std::ios::binary);
-    std::mt19937 random(5);
-    std::string bootCode(kBootCodeSize, '\0');
-    for (char& c : bootCode) c = static_cast<char>(random() % 0x1F);  // no gzip signature
-    imageOut << bootCode;
-
-    z_stream z{};
-    deflateInit2(&z, 9, Z_DEFLATED, 31, 8, Z_DEFAULT_STRATEGY);  // as kernels are packed
-    KernelLikeSource source;
-    std::string piece;
-    std::vector<unsigned char> out(1 << 20);
-    uintmax_t written = 0;
-    for (bool last = false; !last;) {
-        last = written >= kStreamSize;
-        if (!last) source.fill(piece, 1 << 20);
-        z.next_in = reinterpret_cast<Bytef*>(last ? nullptr : &piece[0]);
-        z.avail_in = last ? 0 : static_cast<uInt>(piece.size());
-        do {
-            z.next_out = out.data();
-            z.avail_out = static_cast<uInt>(out.size());
-            deflate(&z, last ? Z_FINISH : Z_NO_FLUSH);
-            const size_t produced = out.size() - z.avail_out;
-            imageOut.write(reinterpret_cast<char*>(out.data()), produced);
-            streamOut.write(reinterpret_cast<char*>(out.data()), produced);
-            written += produced;
-        } while (z.avail_out == 0);
-    }
-    deflateEnd(&z);
-    if (!imageOut || !streamOut) throw std::runtime_error("cannot write " + image.string());
+    return chosen && *chosen ? fs::path(chosen) : fs::temp_directory_path();
 }
 
 struct Files {
@@ -100,11 +33,8 @@ struct Files {
 
 const Files& files() {
     static const Files made = [] {
-        const fs::path dir = workDir();
-        Files f{dir / "vmlinuz", dir / "vmlinuz.gz", dir / "vmlinux"};
-        if (!fs::exists(f.stream) || fs::file_size(f.stream) < kStreamSize)
-            makeImage(f.image, f.stream);
-        return f;
+        const ffbench::KernelImageFiles input = ffbench::ensureKernelImage(workDir());
+        return Files{input.image, input.stream, input.image.parent_path() / "vmlinux"};
     }();
     return made;
 }

@@ -24,6 +24,7 @@ constexpr search_step_t kWalkingOrder[] = {
 
 DefaultSearchStepsIterator::DefaultSearchStepsIterator(int mask) {
     const unsigned bits = static_cast<unsigned>(mask);
+    m_steps.reserve(sizeof kWalkingOrder / sizeof kWalkingOrder[0]);  // one per search
     for (search_step_t step : kWalkingOrder)
         if (bits & step) m_steps.push_back(step);
     reset();

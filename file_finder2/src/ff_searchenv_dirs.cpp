@@ -155,6 +155,11 @@ namespace {
 // merged already, so the inner visit adds nothing.
 thread_local std::vector<const SearchDirChain*> t_chainsBeingMerged;
 
+ObjectPtr<ISearchDirIterator> iteratorOver(const DirRecords& records) {
+    if (!records) return ObjectPtr<ISearchDirIterator>();
+    return ObjectPtr<ISearchDirIterator>(new DefaultSearchDirIterator(records));
+}
+
 class MergeVisit {
 public:
     explicit MergeVisit(const SearchDirChain* chain) : m_chain(chain) {
@@ -202,11 +207,33 @@ ObjectPtr<ISearchDirIterator> SearchDirChain::enumerate(search_category_t catego
         items = m_items;
     }
 
+    // What every member has now. A search reads its directories several times, and a
+    // chain of many directories costs a canonical name and an index lookup per directory
+    // to merge, so a merge is made again only when some member's records changed.
+    std::vector<ObjectPtr<ISearchDirIterator>> iterators;
+    std::vector<DirRecords> inputs;
+    bool comparable = true;  // every member's records can be told apart from new ones
+    for (const ObjectPtr<ISearchDirContainer>& item : items) {
+        iterators.push_back(item->enumerate(category));
+        const ObjectPtr<ISearchDirIterator>& it = iterators.back();
+        if (!it) {
+            inputs.emplace_back();
+        } else if (auto* records = dynamic_cast<DefaultSearchDirIterator*>(it.get())) {
+            inputs.push_back(records->records());
+        } else {
+            comparable = false;  // a client's own container
+        }
+    }
+    Merge& last = m_merges[category - 1];
+    if (comparable) {
+        FFLockWrap guard(&m_lock);
+        if (last.made && last.inputs == inputs) return iteratorOver(last.result);
+    }
+
     // The first container's directories come first; a later duplicate keeps the first
     // place and spelling and adds its flags.
     ObjectPtr<FilteredDirList> merged;
-    for (const ObjectPtr<ISearchDirContainer>& item : items) {
-        ObjectPtr<ISearchDirIterator> it = item->enumerate(category);
+    for (const ObjectPtr<ISearchDirIterator>& it : iterators) {
         if (!it) continue;
         const char* name = nullptr;
         bool recursive = false;
@@ -218,8 +245,14 @@ ObjectPtr<ISearchDirIterator> SearchDirChain::enumerate(search_category_t catego
     }
     // Nothing to merge reads as "no directories for this category", like a container
     // that never had any.
-    if (!merged) return ObjectPtr<ISearchDirIterator>();
-    return ObjectPtr<ISearchDirIterator>(new DefaultSearchDirIterator(*merged));
+    const DirRecords result = merged ? merged->snapshot() : DirRecords();
+    if (comparable) {
+        FFLockWrap guard(&m_lock);
+        last.made = true;
+        last.inputs = std::move(inputs);
+        last.result = result;
+    }
+    return iteratorOver(result);
 }
 
 }  // namespace FF_2_13

@@ -61,6 +61,9 @@ public:
     bool next() override;
     bool getCurrentRecord(const char*& name, bool& recursive, bool& highPriority) override;
 
+    /// The records walked, shared with the list (or chain) they came from.
+    const DirRecords& records() const { return m_records; }
+
 private:
     DirRecords m_records;
     size_t m_cursor = 0;
@@ -89,8 +92,18 @@ public:
     ObjectPtr<ISearchDirIterator> enumerate(search_category_t category) const override;
 
 private:
+    /// The last merge of one category and the records each member gave for it. Records
+    /// are immutable and a list hands out the same ones until it changes, so while every
+    /// member gives the records it gave last time the merge would come out the same.
+    struct Merge {
+        bool made = false;
+        std::vector<DirRecords> inputs;  // per member, in chain order; null: none
+        DirRecords result;               // null: the members had nothing
+    };
+
     std::vector<ObjectPtr<ISearchDirContainer>> m_items;
-    mutable FFLock m_lock;
+    mutable Merge m_merges[scAllFiles];  // by category - 1
+    mutable FFLock m_lock;               // guards both
 };
 
 /// Reads every record of `it` (from the start) into a vector.

@@ -1,6 +1,7 @@
 // Path and file helpers, over Boost.Filesystem's version 3 path rules.
 #include "ff_utils.h"
 
+#include <algorithm>
 #include <boost/filesystem.hpp>
 #include <cctype>
 #include <cstring>
@@ -22,17 +23,41 @@ bool isForeignStyleName(const std::string& name) {
     return name.size() >= 3 && name[0] != '\0' && name[1] == ':' && name[2] == '\\';
 }
 
+// True when the name has nothing for normalising to do: no empty element (no "//", no
+// trailing separator except in "/" itself) and no "." or ".." element. Lexical
+// normalisation gives such a name back unchanged, and it has no trailing "." to drop.
+// Most names the library meets are of this kind; the general path costs a path object,
+// an iteration over its elements and a rebuilt string.
+bool isAlreadyCanonical(const std::string& name) {
+    const size_t size = name.size();
+    if (size > 1 && name[size - 1] == '/') return false;
+    for (size_t i = 0; i < size; ++i) {
+        if (name[i] == '/') {
+            if (i + 1 < size && name[i + 1] == '/') return false;
+        } else if (name[i] == '.' && (i == 0 || name[i - 1] == '/')) {
+            const size_t end = std::min(name.find('/', i), size);
+            if (end - i == 1 || (end - i == 2 && name[i + 1] == '.')) return false;
+        }
+    }
+    return true;
+}
+
 }  // namespace
 
 std::string addSubPart(const char* base, const char* sub) {
     // The append rule of version 3 paths, written out on the text: the directory walk
-    // joins every directory it enters this way, and a path object would cost two more
-    // allocations per join.
-    std::string joined(base);
-    const std::string tail(sub);
-    if (tail.empty()) return joined;
-    if (!joined.empty() && joined.back() != '/' && tail.front() != '/') joined.push_back('/');
-    joined += tail;
+    // joins every directory it enters this way, so the result is built in one allocation.
+    // A null name throws std::logic_error, as building any std::string from it does.
+    if (!base || !sub) return std::string(base) + std::string(sub);
+    const size_t baseLength = std::strlen(base);
+    const size_t subLength = std::strlen(sub);
+    if (subLength == 0) return std::string(base, baseLength);
+    const bool separator = baseLength > 0 && base[baseLength - 1] != '/' && sub[0] != '/';
+    std::string joined;
+    joined.reserve(baseLength + (separator ? 1 : 0) + subLength);
+    joined.append(base, baseLength);
+    if (separator) joined.push_back('/');
+    joined.append(sub, subLength);
     return joined;
 }
 
@@ -42,6 +67,12 @@ std::string getCanonicalName(const char* name, bool flag) {
     if (isForeignStyleName(text)) {
         for (char& c : text)
             if (c == '\\') c = '/';
+    }
+    if (isAlreadyCanonical(text)) return text;
+    // A directory written with its trailing separator ("/opt/x/") is the same one without.
+    if (text.size() > 1 && text.back() == '/' && text[text.size() - 2] != '/') {
+        std::string withoutSeparator(text, 0, text.size() - 1);
+        if (isAlreadyCanonical(withoutSeparator)) return withoutSeparator;
     }
     fs::path path(text);
     if (path.filename() == ".") path = path.parent_path();

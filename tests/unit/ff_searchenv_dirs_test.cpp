@@ -160,6 +160,35 @@ TEST(SearchDirChain, KeepsCategoriesApartAndIsEmptyWithoutDirectories) {
     EXPECT_EQ((std::vector<Record>{{"/all", false, false}}), records(chain->enumerate(scAllFiles)));
 }
 
+// A chain keeps its last merge while no member changed: every change since, in a member
+// or in a chain inside it, must show in the next merge.
+TEST(SearchDirChain, SeesEveryChangeOfItsMembersSinceTheLastMerge) {
+    ObjectPtr<IEditableSearchDirContainer> first =
+        containerOf(scBinaryFiles, {{"/a", false, false}});
+    ObjectPtr<IEditableSearchDirContainer> second = IEditableSearchDirContainer::create();
+    ObjectPtr<ISearchDirChain> inner = ISearchDirChain::create();
+    inner->addItem(second);
+    ObjectPtr<ISearchDirChain> chain = ISearchDirChain::create();
+    chain->addItem(first);
+    chain->addItem(inner);
+    EXPECT_EQ((std::vector<Record>{{"/a", false, false}}),
+              records(chain->enumerate(scBinaryFiles)));
+    EXPECT_EQ((std::vector<Record>{{"/a", false, false}}),
+              records(chain->enumerate(scBinaryFiles)));
+
+    second->addDirectory(scBinaryFiles, "/b", false, false);
+    EXPECT_EQ((std::vector<Record>{{"/a", false, false}, {"/b", false, false}}),
+              records(chain->enumerate(scBinaryFiles)));
+    first->addDirectory(scBinaryFiles, "/b/", true, false);  // widens /b through the first
+    EXPECT_EQ((std::vector<Record>{{"/a", false, false}, {"/b/", true, false}}),
+              records(chain->enumerate(scBinaryFiles)));
+    first->clear(scBinaryFiles);
+    EXPECT_EQ((std::vector<Record>{{"/b", false, false}}),
+              records(chain->enumerate(scBinaryFiles)));
+    second->addDirectory(scBinaryFiles, "/b", false, true);  // a flag gained, no new entry
+    EXPECT_EQ((std::vector<Record>{{"/b", false, true}}), records(chain->enumerate(scBinaryFiles)));
+}
+
 // A member that merges the chain it belongs to again; it holds the chain by a raw pointer,
 // as a reference would make a cycle that counting never frees.
 class MergesChainAgain : public RefCountImpl<ISearchDirContainer> {

@@ -61,6 +61,31 @@ TEST(CanonicalName, FollowsTheNameRulesWhateverTheFlag) {
     }
 }
 
+// Names already in canonical form are given back without normalising them: every short
+// name made of awkward elements must come out as the rules make it.
+TEST(CanonicalName, AgreesWithTheNormalisingRulesOnEveryShortName) {
+    const std::vector<std::string> elements{"", ".", "..", "a", ".b", "...", "c.d"};
+    std::vector<std::string> names;
+    std::vector<std::string> shorter{""};
+    for (int length = 1; length <= 4; ++length) {
+        std::vector<std::string> made;
+        for (const std::string& prefix : shorter)
+            for (const std::string& element : elements)
+                made.push_back(length == 1 ? element : prefix + "/" + element);
+        names.insert(names.end(), made.begin(), made.end());
+        shorter = made;
+    }
+    for (const std::string& relative : names) {
+        for (const std::string& name : {relative, "/" + relative, relative + "/"}) {
+            boost::filesystem::path rules(name);
+            if (rules.filename() == ".") rules = rules.parent_path();
+            EXPECT_EQ(rules.lexically_normal().string(),
+                      utils::getCanonicalName(name.c_str(), false))
+                << show(name.c_str());
+        }
+    }
+}
+
 TEST(NameParts, FollowTheVersion3PathRules) {
     const NameRow only[] = {
         {"/usr/lib/libc.so.6", "libc.so.6"}, {"/usr/lib/", "."}, {"/", "/"}, {"", ""}, {"x", "x"}};

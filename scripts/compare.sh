@@ -1,0 +1,223 @@
+#!/usr/bin/env bash
+# The library against the tools a user would run instead, in one run:
+#   - a name search over the 20,000-directory tree (a miss, and a deep hit) and over the
+#     100,000-directory tree (a miss) against `find -L TREE -name NAME` (`-quit` for the
+#     hit), and over the deep tree (8 chains of 400 to 500 directories) against find -L;
+#   - MD5 and SHA1 of a 1 GiB file against md5sum / sha1sum and `openssl dgst`;
+#   - kernel image extraction against `zcat` to a file, with peak memory (time -v);
+#   - two searches at once on two threads of one IFileSearch, against one search and
+#     against two processes;
+#   - system calls per directory visited, library against find -L (strace -c -f);
+#   - user-space instructions of the tree walk (callgrind), where valgrind is installed.
+# The library's side is bench/ff_bench_driver.cpp, a client of the shared library.
+#
+# Each pair is timed by hyperfine in rounds (the library, then the tool, then the library
+# again...), several runs per round; medians are taken over every run. The machine may be
+# busy with other work: the CPU columns (user + system time) are steadier than the wall.
+#
+# Writes bench/results/compare.md (committed), compare.png (committed), compare.dat and
+# the raw hyperfine JSON under bench/results/compare-raw/ (not committed).
+#
+#   scripts/compare.sh                  # FF_COMPARE_ROUNDS=5 rounds of the light pairs
+#   FF_COMPARE_ROUNDS=3 scripts/compare.sh
+#
+# Generated inputs (trees, the 1 GiB file, the kernel image) are made once under
+# $FF_CACHE_ROOT (bench-trees/, bench-data/) and kept for later runs; `scripts/bench.sh
+# --clean` removes them.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+source scripts/build-env.sh
+
+scripts/install-deps.sh bench valgrind
+build="$FF_BUILD_ROOT/bench"
+cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DFF_BUILD_BENCH=ON \
+  -DFF_BUILD_TESTS=OFF -DFF_BUILD_EXAMPLES=OFF -DFF_BUILD_TOOLS=OFF >/dev/null
+cmake --build "$build" -j"$FF_JOBS" --target ff_bench_driver ff_bench_report
+driver="$build/bench/ff_bench_driver"
+report="$build/bench/ff_bench_report"
+
+rounds="${FF_COMPARE_ROUNDS:-5}"
+data="$FF_CACHE_ROOT/bench-data"
+trees="$FF_CACHE_ROOT/bench-trees"
+out=bench/results
+raw="$out/compare-raw"
+mkdir -p "$data" "$trees" "$out"
+rm -rf "$raw"
+mkdir -p "$raw"
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+miss=ff-no-such-file.so    # no tree holds it (bench/tree_generator.h)
+hit=ff-deep-hit.so         # one file, in one of the deepest directories of a wide tree
+
+echo "compare.sh: making the inputs (once)" >&2
+wide=$("$driver" make-tree wide "$trees" 20000)
+wide100k=$("$driver" make-tree wide "$trees" 100000)
+deep=$("$driver" make-tree deep "$trees")
+gib="$data/1GiB.bin"
+if [[ ! -s "$gib" ]]; then
+  openssl enc -aes-128-ctr -nosalt -pass pass:file_finder2 -in /dev/zero 2>/dev/null |
+    head -c $((1 << 30)) >"$gib.tmp"
+  mv "$gib.tmp" "$gib"
+fi
+mapfile -t kernel < <("$driver" make-kernel-image "$data")
+image="${kernel[0]}"
+stream="${kernel[1]}"
+deepDirs=$(find "$deep" -type d | wc -l)
+
+# timed ROUNDS RUNS WARMUP NAME COMMAND [NAME COMMAND]...: one hyperfine call per round,
+# so that the commands take turns; find exits 1 after reporting the link loop (-i).
+timed() {
+  local rounds=$1 runs=$2 warmup=$3
+  shift 3
+  local args=()
+  while (($#)); do
+    args+=(--command-name "$1" "$2")
+    shift 2
+  done
+  for ((round = 1; round <= rounds; round++)); do
+    hyperfine --style basic -i --warmup "$warmup" --runs "$runs" \
+      --export-json "$raw/$(date +%s%N).json" "${args[@]}" >&2
+  done
+}
+
+echo "compare.sh: tree searches" >&2
+timed "$rounds" 3 1 lib-miss-20k "$driver find-recursive $wide $miss" \
+  find-miss-20k "find -L $wide -name $miss"
+timed "$rounds" 3 1 lib-hit-20k "$driver find-recursive $wide $hit" \
+  find-hit-20k "find -L $wide -name $hit -quit"
+timed "$rounds" 3 1 lib-miss-deep "$driver find-recursive $deep $miss" \
+  find-miss-deep "find -L $deep -name $miss"
+timed 2 3 1 lib-miss-100k "$driver find-recursive $wide100k $miss" \
+  find-miss-100k "find -L $wide100k -name $miss"
+
+echo "compare.sh: two searches at once" >&2
+# One search; two on two threads of one IFileSearch; two in two processes. The processes
+# share nothing, so they show what the machine allows two searches at once; the threads
+# should be no slower than them.
+timed "$rounds" 3 1 one-search "$driver find-recursive-threads 1 $wide $miss" \
+  two-threads "$driver find-recursive-threads 2 $wide $miss" \
+  two-processes "$driver find-recursive $wide $miss & $driver find-recursive $wide $miss; wait"
+
+echo "compare.sh: checksums and extraction" >&2
+cat "$gib" "$stream" "$image" >/dev/null  # warm the page cache for every contender
+timed 3 1 0 lib-md5 "$driver md5 $gib" md5sum "md5sum $gib" openssl-md5 "openssl dgst -md5 $gib"
+timed 3 1 0 lib-sha1 "$driver sha1 $gib" sha1sum "sha1sum $gib" \
+  openssl-sha1 "openssl dgst -sha1 $gib"
+timed 3 2 0 lib-extract "$driver extract $image $work/vmlinux" \
+  zcat "zcat $stream > $work/vmlinux.zcat"
+
+cat >"$work/pairs.tsv" <<EOF
+name search, miss, 20,000 directories	lib-miss-20k	find-miss-20k	1.0	20000
+name search, deep hit, 20,000 directories	lib-hit-20k	find-hit-20k	-	-
+name search, miss, 8 chains 400-500 deep	lib-miss-deep	find-miss-deep	0.6667	$deepDirs
+name search, miss, 100,000 directories	lib-miss-100k	find-miss-100k	-	100000
+MD5 of 1 GiB, against openssl dgst	lib-md5	openssl-md5	0.95	-
+MD5 of 1 GiB, against md5sum	lib-md5	md5sum	-	-
+SHA1 of 1 GiB, against openssl dgst	lib-sha1	openssl-sha1	0.95	-
+SHA1 of 1 GiB, against sha1sum	lib-sha1	sha1sum	-	-
+kernel image extraction, 100 MB stream	lib-extract	zcat	1.3	-
+EOF
+
+cat >"$work/ratios.tsv" <<EOF
+the 100,000-directory miss against the 20,000-directory one	lib-miss-100k	lib-miss-20k	5.5
+the same for find -L	find-miss-100k	find-miss-20k	-
+two searches on two threads of one IFileSearch, against one	two-threads	one-search	1.15	2
+two searches in two processes, against one (what the machine allows)	two-processes	one-search	-	2
+two threads against two processes	two-threads	two-processes	-
+EOF
+
+# ---- measures that are not times ------------------------------------------------------
+extra="$work/extra.tsv"
+: >"$extra"
+
+peakKiB() {  # peakKiB COMMAND...: the maximum resident set size of one run
+  /usr/bin/time -v "$@" 2>&1 >/dev/null | awk -F': ' '/Maximum resident set size/ {print $2}'
+}
+libPeak=$(peakKiB "$driver" extract "$image" "$work/vmlinux")
+zcatPeak=$(peakKiB sh -c "zcat $stream > $work/vmlinux.zcat")
+rm -f "$work/vmlinux" "$work/vmlinux.zcat"
+met=$([[ $libPeak -le $((16 * 1024)) ]] && echo "**yes**" || echo "**no**")
+printf 'peak memory, kernel image extraction\t%s MiB\t%s MiB (zcat)\t≤ 16 MiB\t%s\n' \
+  "$(awk -v k="$libPeak" 'BEGIN {printf "%.1f", k / 1024}')" \
+  "$(awk -v k="$zcatPeak" 'BEGIN {printf "%.1f", k / 1024}')" "$met" >>"$extra"
+
+echo "compare.sh: system calls" >&2
+empty="$work/empty"
+mkdir -p "$empty"
+syscalls() {  # syscalls NAME COMMAND...: total calls; the table stays in $work/NAME.strace
+  local name=$1
+  shift
+  strace -c -f -o "$work/$name.strace" "$@" >/dev/null 2>&1 || true
+  awk '$NF == "total" {print $4}' "$work/$name.strace"
+}
+libCalls=$(syscalls lib "$driver" find-recursive "$wide" "$miss")
+libBase=$(syscalls lib-base "$driver" find-recursive "$empty" "$miss")
+findCalls=$(syscalls find find -L "$wide" -name "$miss")
+findBase=$(syscalls find-base find -L "$empty" -name "$miss")
+links=$(find "$wide" -type l | wc -l)
+# Calls of the walk alone: the run over an empty directory (one directory visited) is the
+# cost of starting up.
+perDir() { awk -v t="$1" -v b="$2" 'BEGIN {printf "%.2f", (t - b) / (20000 - 1)}'; }
+libPerDir=$(perDir "$libCalls" "$libBase")
+findPerDir=$(perDir "$findCalls" "$findBase")
+goal=$(awk -v l="$links" 'BEGIN {printf "%.2f", 7 + l / 20000}')
+met=$(awk -v p="$libPerDir" -v g="$goal" 'BEGIN {print (p <= g) ? "**yes**" : "**no**"}')
+printf 'system calls per directory visited, 20,000-directory miss (%s link)\t%s\t%s (find -L)\t≤ 7 + 1 per link\t%s\n' \
+  "$links" "$libPerDir" "$findPerDir" "$met" >>"$extra"
+# Which calls, per directory, for each side.
+breakdown() {
+  awk '$NF != "total" && $4 ~ /^[0-9]+$/ && $4 >= 1000 {printf "%s%s %.2f", sep, $NF, $4 / 20000; sep = ", "}' "$1"
+}
+printf 'calls per directory by kind\t%s\t%s\t\t\n' \
+  "$(breakdown "$work/lib.strace")" "$(breakdown "$work/find.strace")" >>"$extra"
+
+if command -v valgrind >/dev/null; then
+  echo "compare.sh: instructions (callgrind)" >&2
+  instructions() {  # user-space instructions of one run (find -L exits 1: the link loop)
+    { valgrind --tool=callgrind --callgrind-out-file=/dev/null "$@" 2>&1 >/dev/null || true; } |
+      awk '/Collected :/ {print $NF}'
+  }
+  for tree in wide deep; do
+    root=$([[ $tree == wide ]] && echo "$wide" || echo "$deep")
+    label=$([[ $tree == wide ]] && echo "20,000 directories" || echo "8 chains 400-500 deep")
+    libIr=$(instructions "$driver" find-recursive "$root" "$miss")
+    findIr=$(instructions find -L "$root" -name "$miss")
+    printf 'user-space instructions, miss, %s (callgrind)\t%s M\t%s M (find -L)\t\t\n' "$label" \
+      "$(awk -v n="$libIr" 'BEGIN {printf "%.1f", n / 1e6}')" \
+      "$(awk -v n="$findIr" 'BEGIN {printf "%.1f", n / 1e6}')" >>"$extra"
+  done
+fi
+
+# ---- tables and chart -----------------------------------------------------------------
+"$report" compare "$out" "$work/pairs.tsv" "$work/ratios.tsv" "$extra" "$raw"/*.json
+{
+  echo
+  echo "Measured $(date -u +%Y-%m-%d) on $(nproc) cores ($(uname -r)), $rounds rounds;"
+  echo "hyperfine $(hyperfine --version | awk '{print $2}'), $(find --version | head -1)," \
+    "$(openssl version | awk '{print $1, $2}')."
+} >>"$out/compare.md"
+
+gnuplot <<EOF
+set terminal pngcairo size 1100,620 font "sans,10"
+set output "$out/compare.png"
+set title "file_finder2 against the tools: the library's time relative to the tool's (below 1: the library is faster)" noenhanced
+set style data histogram
+set style histogram clustered gap 1
+set style fill solid 0.8 border -1
+set boxwidth 0.8
+set xtics rotate by -30 left noenhanced
+set bmargin 11
+set rmargin 26
+set ylabel "library time / tool time"
+set yrange [0:*]
+set grid ytics
+set key outside top center horizontal
+set datafile separator "\t"
+set datafile missing "NaN"
+plot "$out/compare.dat" using 2:xtic(1) title "library" lc rgb "#3070b0", \
+     "" using 0:3 with points pt 7 ps 1.5 lc rgb "#c03020" title "goal (at most)", \
+     1 with lines dt 2 lc rgb "#606060" title "tool"
+EOF
+echo "compare.sh: bench/results/compare.md and compare.png written" >&2
+cat "$out/compare.md"
