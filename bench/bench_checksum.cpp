@@ -1,6 +1,5 @@
-// Throughput of the checksum calculator (MD5 and SHA1 over OpenSSL, fed in 4096-byte
-// chunks) on a file in the page cache. Compare with `openssl dgst -md5` / `-sha1` on the
-// same file (scripts/compare.sh does):
+// Throughput of the checksum calculator (MD5 and SHA1 over OpenSSL, 4096-byte reads) on
+// a file in the page cache. Compare with `openssl dgst -md5` / `-sha1` on the same file:
 //
 //   FF_BENCH_FILE=/path/to/1GiB-file ./bench_checksum
 //   time openssl dgst -md5 /path/to/1GiB-file

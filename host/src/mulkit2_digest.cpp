@@ -8,7 +8,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <memory>
@@ -16,8 +15,6 @@
 namespace mulkit2 {
 
 namespace {
-
-constexpr std::size_t kReadSize = 64 * 1024;
 
 void logError(const std::string& text) {
     log4cplus::Logger logger = log4cplus::Logger::getInstance("FILE_FINDER");
@@ -116,23 +113,16 @@ bool digest_t::update_from_file(const path_t& file, unsigned int chunkSize) {
     }
     // Only a hint for the kernel's read-ahead; a refusal changes nothing.
     (void)::posix_fadvise(fd.get(), 0, 0, POSIX_FADV_SEQUENTIAL);
-    // Several chunks per read: a system call per 4 KiB costs about as much as hashing the
-    // 4 KiB with SHA1. The hash is still fed chunk by chunk, and at most kReadSize bytes
-    // (or one chunk, when chunks are larger) are held at a time.
-    const std::size_t readSize = std::max<std::size_t>(1, kReadSize / chunkSize) * chunkSize;
-    std::unique_ptr<unsigned char[]> buffer(new unsigned char[readSize]);
+    std::unique_ptr<unsigned char[]> buffer(new unsigned char[chunkSize]);
     for (;;) {
-        const ssize_t count = ::read(fd.get(), buffer.get(), readSize);
+        const ssize_t count = ::read(fd.get(), buffer.get(), chunkSize);
         if (count == 0) return true;
         if (count < 0) {
             if (errno == EINTR) continue;
             m_state->failed = true;
             return false;
         }
-        for (std::size_t fed = 0; fed < static_cast<std::size_t>(count); fed += chunkSize)
-            if (!update(buffer.get() + fed,
-                        std::min<std::size_t>(chunkSize, static_cast<std::size_t>(count) - fed)))
-                return false;
+        if (!update(buffer.get(), static_cast<std::size_t>(count))) return false;
     }
 }
 

@@ -33,9 +33,8 @@ public:
     digest_t& operator=(const digest_t&) = delete;
     virtual ~digest_t();
 
-    /// Feeds the whole contents of `file` in chunks of `chunkSize` bytes (0 is refused),
-    /// reading up to 64 KiB of whole chunks at a time. False on any failure (see above);
-    /// the digest is then unusable.
+    /// Feeds the whole contents of `file`, read in chunks of `chunkSize` bytes (0 is
+    /// refused). False on any failure (see above); the digest is then unusable.
     bool update_from_file(const path_t& file, unsigned int chunkSize);
     /// Feeds `size` bytes. False when the digest is unusable.
     bool update(const void* data, std::size_t size);
