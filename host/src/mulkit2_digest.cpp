@@ -1,6 +1,8 @@
 // MD5 and SHA1 digests of files over OpenSSL's EVP interface.
 #include "mulkit2/digest.h"
 
+#include "mulkit2_chunk_reader.h"
+
 #include <fcntl.h>
 #include <log4cplus/logger.h>
 #include <openssl/err.h>
@@ -8,7 +10,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstring>
 #include <memory>
 
@@ -113,17 +114,11 @@ bool digest_t::update_from_file(const path_t& file, unsigned int chunkSize) {
     }
     // Only a hint for the kernel's read-ahead; a refusal changes nothing.
     (void)::posix_fadvise(fd.get(), 0, 0, POSIX_FADV_SEQUENTIAL);
-    std::unique_ptr<unsigned char[]> buffer(new unsigned char[chunkSize]);
-    for (;;) {
-        const ssize_t count = ::read(fd.get(), buffer.get(), chunkSize);
-        if (count == 0) return true;
-        if (count < 0) {
-            if (errno == EINTR) continue;
-            m_state->failed = true;
-            return false;
-        }
-        if (!update(buffer.get(), static_cast<std::size_t>(count))) return false;
-    }
+    const bool complete = detail::read_in_chunks(
+        fd.get(), chunkSize, static_cast<unsigned long long>(st.st_size),
+        [this](const unsigned char* data, std::size_t size) { return update(data, size); });
+    if (!complete) m_state->failed = true;
+    return complete;
 }
 
 std::string digest_t::get_digest_base16() {
