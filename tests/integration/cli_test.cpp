@@ -1,10 +1,10 @@
 // The file-finder command run as a process against temporary trees: help and usage, exit
 // codes, kernel extraction, archiving, the persistent search directories, JSON output and
 // logging.
-#include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <signal.h>
 #include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 #include <cstdlib>
@@ -18,6 +18,8 @@
 
 #include "temp_dir.h"
 #include "unprivileged.h"
+
+using fftest::readFile;
 
 namespace {
 
@@ -33,9 +35,10 @@ std::string quoted(const std::string& word) {
     return text + "'";
 }
 
-std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+// "a b c" -> {"a", "b", "c"}.
+std::vector<std::string> words(const std::string& text) {
+    std::istringstream in(text);
+    return {std::istream_iterator<std::string>(in), std::istream_iterator<std::string>()};
 }
 
 class FileFinderCli : public ::testing::Test {
@@ -52,6 +55,10 @@ protected:
         if (!WIFEXITED(status)) throw std::runtime_error("file-finder did not exit: " + command);
         return {WEXITSTATUS(status), readFile(dir / "stdout"), readFile(dir / "stderr")};
     }
+    // Runs `command` in the temporary directory with the shell; true when it succeeded.
+    bool shell(const std::string& command) const {
+        return std::system(("cd " + quoted(dir.path()) + " && " + command).c_str()) == 0;
+    }
 
     fftest::TempDir dir;
 };
@@ -59,20 +66,11 @@ protected:
 }  // namespace
 
 TEST_F(FileFinderCli, HelpOnEverySubCommandShowsExamplesAndVersionIsTwoThirteen) {
-    const std::vector<std::vector<std::string>> helps = {{"--help"},
-                                                         {"bin", "--help"},
-                                                         {"sym", "--help"},
-                                                         {"src", "--help"},
-                                                         {"resolve", "--help"},
-                                                         {"extract-kernel", "--help"},
-                                                         {"archive", "--help"},
-                                                         {"dirs", "--help"},
-                                                         {"dirs", "list", "--help"},
-                                                         {"dirs", "add", "--help"},
-                                                         {"dirs", "clear", "--help"}};
-    for (const std::vector<std::string>& args : helps) {
-        SCOPED_TRACE(args.front() + " " + args.at(args.size() > 1 ? 1 : 0));
-        const Result result = run(args);
+    for (const char* args : {"--help", "bin --help", "sym --help", "src --help", "resolve --help",
+                             "extract-kernel --help", "archive --help", "dirs --help",
+                             "dirs list --help", "dirs add --help", "dirs clear --help"}) {
+        SCOPED_TRACE(args);
+        const Result result = run(words(args));
         EXPECT_EQ(result.code, 0);
         EXPECT_NE(result.out.find("Examples:"), std::string::npos);
     }
@@ -82,31 +80,15 @@ TEST_F(FileFinderCli, HelpOnEverySubCommandShowsExamplesAndVersionIsTwoThirteen)
 }
 
 TEST_F(FileFinderCli, BadUsageExitsTwo) {
-    dir.makeFile("bad.tsv", "bin\t/a\tmd5:1\n");
-    const std::vector<std::vector<std::string>> usages = {
-        {},
-        {"frobnicate"},
-        {"bin"},
-        {"sym", "x.debug"},
-        {"bin", "/a", "--no-such-option"},
-        {"--log-level", "loud", "bin", "/a"},
-        {"archive", "f"},
-        {"archive", "missing.so", "--archive-dir", "arch"},
-        {"bin", "/a", "--checksum", "md5:12"},
-        {"bin", "/a", "--steps=-nope"},
-        {"bin", "/a", "--search-dir=nowhere:/a"},
-        {"bin", "/a", "--archive-dir", "missing-dir"},
-        {"resolve", "--pid", "1", "--self"},
-        {"resolve", "--manifest", "missing.tsv"},
-        {"resolve", "--pid", "999999999"},
-        {"dirs", "add", "--config", "c.json", "--search-dir=symbols"},
-        {"extract-kernel", "only-one-argument"},
-    };
-    for (const std::vector<std::string>& args : usages) {
-        std::string text;
-        for (const std::string& arg : args) text += arg + " ";
-        SCOPED_TRACE(text);
-        const Result result = run(args);
+    for (const char* args :
+         {"", "frobnicate", "bin", "sym x.debug", "bin /a --no-such-option",
+          "--log-level loud bin /a", "archive f", "archive missing.so --archive-dir arch",
+          "bin /a --checksum md5:12", "bin /a --steps=-nope", "bin /a --search-dir=nowhere:/a",
+          "bin /a --archive-dir missing-dir", "resolve --pid 1 --self",
+          "resolve --manifest missing.tsv", "resolve --pid 999999999",
+          "dirs add --config c.json --search-dir=symbols", "extract-kernel only-one-argument"}) {
+        SCOPED_TRACE(args);
+        const Result result = run(words(args));
         EXPECT_EQ(result.code, 2);
         EXPECT_FALSE(result.err.empty());
         EXPECT_TRUE(result.out.empty());
@@ -115,7 +97,8 @@ TEST_F(FileFinderCli, BadUsageExitsTwo) {
 
 TEST_F(FileFinderCli, BinFindsTheFileAndPrintsItsConfidenceAndStep) {
     const std::string app = dir.makeFile("tree/sub/app", "binary");
-    const Result table = run({"bin", "/recorded/bin/app", "--search-dir=binaries,recursive:" + (dir / "tree")});
+    const Result table =
+        run({"bin", "/recorded/bin/app", "--search-dir=binaries,recursive:" + (dir / "tree")});
     EXPECT_EQ(table.code, 0) << table.err;
     EXPECT_NE(table.out.find(app), std::string::npos) << table.out;
     EXPECT_NE(table.out.find("low-priority"), std::string::npos) << table.out;
@@ -133,8 +116,8 @@ TEST_F(FileFinderCli, BinFindsTheFileAndPrintsItsConfidenceAndStep) {
 
 TEST_F(FileFinderCli, NothingFoundListsEachRejectedCandidateAndExitsOne) {
     const std::string app = dir.makeFile("app", "binary");
-    const Result result = run({"bin", app, "--json", "--checksum",
-                               "md5:00000000000000000000000000000000"});
+    const Result result =
+        run({"bin", app, "--json", "--checksum", "md5:00000000000000000000000000000000"});
     EXPECT_EQ(result.code, 1) << result.err;
     const nlohmann::json rows = nlohmann::json::parse(result.out);
     ASSERT_EQ(rows.size(), 1u);
@@ -146,10 +129,11 @@ TEST_F(FileFinderCli, NothingFoundListsEachRejectedCandidateAndExitsOne) {
 TEST_F(FileFinderCli, AManifestResolvesEveryGoodLineAndReportsTheBadOnes) {
     const std::string app = dir.makeFile("bins/app", "binary");
     const std::string source = dir.makeFile("src/main.c", "int main;");
-    dir.makeFile("run.tsv", "# recorded\nbin\t" + app + "\nbin\tonly-two\tfields\textra\n\nsrc\t/build/main.c\t" +
-                                app + "\n");
-    const Result result = run({"resolve", "--manifest", "run.tsv", "--json",
-                               "--search-dir=sources:" + (dir / "src")});
+    dir.makeFile("run.tsv", "# recorded\nbin\t" + app +
+                                "\nbin\tonly-two\tfields\textra\n\nsrc\t/build/main.c\t" + app +
+                                "\n");
+    const Result result = run(
+        {"resolve", "--manifest", "run.tsv", "--json", "--search-dir=sources:" + (dir / "src")});
     EXPECT_EQ(result.code, 2);
     EXPECT_NE(result.err.find("run.tsv:3: "), std::string::npos) << result.err;
     const nlohmann::json rows = nlohmann::json::parse(result.out);
@@ -167,10 +151,10 @@ TEST_F(FileFinderCli, AnUnreadableDirectoryFailsItsRequestOnly) {
     ::chmod((dir / "tree/locked").c_str(), 0);
     Result result{};
     EXPECT_EQ(0, fftest::runUnprivileged([&] {
-        result = run({"resolve", "--manifest", "run.tsv", "--json",
-                      "--search-dir=binaries,recursive:" + (dir / "tree")});
-        return true;
-    }));
+                  result = run({"resolve", "--manifest", "run.tsv", "--json",
+                                "--search-dir=binaries,recursive:" + (dir / "tree")});
+                  return true;
+              }));
     // The child's answer is in the files it wrote.
     const nlohmann::json rows = nlohmann::json::parse(readFile(dir / "stdout"));
     ASSERT_EQ(rows.size(), 2u);
@@ -181,15 +165,12 @@ TEST_F(FileFinderCli, AnUnreadableDirectoryFailsItsRequestOnly) {
 TEST_F(FileFinderCli, ExtractKernelUnpacksTheGzipStreamAndRefusesImagesWithoutOne) {
     const std::string kernel(100000, 'k');
     dir.makeFile("vmlinuz.in", kernel);
-    ASSERT_EQ(
-        std::system(("cd " + quoted(dir.path()) +
-                     " && { printf 'boot\\037\\213\\001code'; gzip -nc vmlinuz.in; echo trailer; }"
-                     " > vmlinuz")
-                        .c_str()),
-        0);
+    ASSERT_TRUE(shell(
+        "{ printf 'boot\\037\\213\\001code'; gzip -nc vmlinuz.in; echo trailer; } > vmlinuz"));
     const Result good = run({"extract-kernel", "vmlinuz", "vmlinux"});
     EXPECT_EQ(good.code, 0) << good.err;
     EXPECT_EQ(good.out, "vmlinux\n");
+    EXPECT_EQ(good.err, "");  // the library's log is silent without --log-level
     EXPECT_EQ(readFile(dir / "vmlinux"), kernel);
 
     dir.makeFile("plain", "no kernel in here");
@@ -274,12 +255,9 @@ TEST_F(FileFinderCli, DirsThatCannotBeWrittenExitTwo) {
     EXPECT_EQ(status, 0);
 }
 
-TEST_F(FileFinderCli, LogLevelWritesTheLibrarysLogToStderrAndIsSilentOtherwise) {
+TEST_F(FileFinderCli, LogLevelWritesTheLibrarysLogToStderr) {
     dir.makeFile("vmlinuz.in", "kernel");
-    ASSERT_EQ(
-        std::system(("cd " + quoted(dir.path()) + " && gzip -nc vmlinuz.in > vmlinuz").c_str()), 0);
-    const Result silent = run({"extract-kernel", "vmlinuz", "vmlinux"});
-    EXPECT_EQ(silent.err, "");
+    ASSERT_TRUE(shell("gzip -nc vmlinuz.in > vmlinuz"));
     const Result logged = run({"--log-level", "info", "extract-kernel", "vmlinuz", "vmlinux"});
     EXPECT_EQ(logged.code, 0);
     EXPECT_NE(logged.err.find("vmlinux was extracted from vmlinuz"), std::string::npos)
@@ -294,25 +272,21 @@ TEST_F(FileFinderCli, LogLevelWritesTheLibrarysLogToStderrAndIsSilentOtherwise) 
 // separate file and linked by build-id and by .gnu_debuglink. `resolve --pid` finds the
 // debug file under a .build-id tree, and by its debug-link name when that tree is absent.
 TEST_F(FileFinderCli, ResolveFindsASplitDebugFileByBuildIdAndByDebugLink) {
-    if (std::system("command -v cc >/dev/null 2>&1 && command -v objcopy >/dev/null 2>&1") != 0)
-        GTEST_SKIP() << "cc or objcopy is not installed";
+    if (!shell("{ command -v cc && command -v objcopy && command -v readelf; } >/dev/null 2>&1"))
+        GTEST_SKIP() << "cc, objcopy or readelf is not installed";
     dir.makeFile("prog.c", "#include <unistd.h>\nint main(void) { pause(); return 0; }\n");
-    const std::string cd = "cd " + quoted(dir.path()) + " && ";
-    ASSERT_EQ(std::system((cd + "cc -g -Wl,--build-id=sha1 -o prog prog.c && "
-                                "objcopy --only-keep-debug prog prog.debug && "
-                                "objcopy --strip-debug --add-gnu-debuglink=prog.debug prog")
-                              .c_str()),
-              0);
+    ASSERT_TRUE(
+        shell("cc -g -Wl,--build-id=sha1 -o prog prog.c && "
+              "objcopy --only-keep-debug prog prog.debug && "
+              "objcopy --strip-debug --add-gnu-debuglink=prog.debug prog && "
+              "readelf -n prog | sed -n 's/.*Build ID: \\([0-9a-f]*\\).*/\\1/p' > id"));
     // The build-id name the linker gave: the note's bytes as hex, "xx/rest".
-    ASSERT_EQ(std::system((cd + "readelf -n prog | sed -n 's/.*Build ID: \\([0-9a-f]*\\).*/\\1/p' "
-                                "> build-id").c_str()),
-              0);
-    std::string buildId = readFile(dir / "build-id");
-    while (!buildId.empty() && buildId.back() == '\n') buildId.pop_back();
-    ASSERT_GT(buildId.size(), 2u);
-    const std::string byId = ".build-id/" + buildId.substr(0, 2) + "/" + buildId.substr(2) + ".debug";
-    dir.makeDir("store/" + byId.substr(0, byId.rfind('/')));
-    ASSERT_EQ(std::rename((dir / "prog.debug").c_str(), (dir / ("store/" + byId)).c_str()), 0);
+    std::string id = readFile(dir / "id");
+    id.erase(id.find_last_not_of('\n') + 1);
+    ASSERT_GT(id.size(), 2u);
+    const std::string byId =
+        dir.makeDir("store/.build-id/" + id.substr(0, 2)) + "/" + id.substr(2) + ".debug";
+    ASSERT_EQ(std::rename((dir / "prog.debug").c_str(), byId.c_str()), 0);
 
     // A close-on-exec pipe tells when exec has replaced the child with the program: its
     // write end closes then, and the read below returns.
@@ -324,28 +298,34 @@ TEST_F(FileFinderCli, ResolveFindsASplitDebugFileByBuildIdAndByDebugLink) {
         ::execl((dir / "prog").c_str(), "prog", static_cast<char*>(nullptr));
         ::_exit(127);
     }
+    struct Reaper {
+        pid_t pid;
+        ~Reaper() {
+            ::kill(pid, SIGKILL);
+            ::waitpid(pid, nullptr, 0);
+        }
+    } reaper{child};
     ::close(execDone[1]);
     char ignored;
     EXPECT_EQ(::read(execDone[0], &ignored, 1), 0);
     ::close(execDone[0]);
 
-    auto symbolRow = [&](const std::vector<std::string>& extra) {
-        std::vector<std::string> args = {"resolve", "--pid", std::to_string(child), "--json"};
-        args.insert(args.end(), extra.begin(), extra.end());
-        const nlohmann::json rows = nlohmann::json::parse(run(args).out);
+    auto symbolRow = [&](const std::string& searchDir) {
+        const nlohmann::json rows =
+            nlohmann::json::parse(run({"resolve", "--pid", std::to_string(child), "--json",
+                                       "--search-dir=symbols:" + searchDir})
+                                      .out);
         for (const nlohmann::json& row : rows)
-            if (row["request"]["kind"] == "sym" && row["request"].value("binary", "") == dir / "prog")
+            if (row["request"]["kind"] == "sym" &&
+                row["request"].value("binary", "") == dir / "prog")
                 return row;
         return nlohmann::json();
     };
-    const nlohmann::json byBuildId = symbolRow({"--search-dir=symbols:" + (dir / "store")});
-    EXPECT_EQ(byBuildId.value("found", nlohmann::json()), dir / ("store/" + byId)) << byBuildId.dump();
+    const nlohmann::json byBuildId = symbolRow(dir / "store");
+    EXPECT_EQ(byBuildId.value("found", nlohmann::json()), byId) << byBuildId.dump();
 
-    dir.makeDir("links");
-    ASSERT_EQ(std::rename((dir / ("store/" + byId)).c_str(), (dir / "links/prog.debug").c_str()), 0);
-    const nlohmann::json byLink = symbolRow({"--search-dir=symbols:" + (dir / "links")});
+    // Without the .build-id tree, the debug link's name finds it.
+    ASSERT_EQ(std::rename(byId.c_str(), (dir.makeDir("links") + "/prog.debug").c_str()), 0);
+    const nlohmann::json byLink = symbolRow(dir / "links");
     EXPECT_EQ(byLink.value("found", nlohmann::json()), dir / "links/prog.debug") << byLink.dump();
-
-    ::kill(child, SIGKILL);
-    ::waitpid(child, nullptr, 0);
 }

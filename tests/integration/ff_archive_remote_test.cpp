@@ -3,7 +3,6 @@
 #include <sys/stat.h>
 
 #include <boost/filesystem.hpp>
-#include <fstream>
 
 #include "ff_checksum.h"
 #include "ff_file_search.h"
@@ -11,7 +10,6 @@
 #include "ff_searchenv.h"
 #include "ff_utils.h"
 #include "log_capture.h"
-#include "tarnbase2/tarnbase2.h"
 #include "temp_dir.h"
 #include "unprivileged.h"
 
@@ -20,21 +18,8 @@ namespace fs = boost::filesystem;
 
 namespace {
 
-class ScopedUserDataDir {
-public:
-    explicit ScopedUserDataDir(const std::string& dir) {
-        tarnbase2::IProductLocations::setUserDataDir(dir.c_str());
-    }
-    ~ScopedUserDataDir() { tarnbase2::IProductLocations::setUserDataDir(nullptr); }
-};
-
 std::string md5Of(const std::string& file) {
     return IChecksumCalculator::create()->calculateChecksum(file.c_str(), ctMD5)->value();
-}
-
-std::string contentsOf(const std::string& file) {
-    std::ifstream in(file, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
 // A remote system whose files live under `root`; counts what it is asked.
@@ -58,6 +43,18 @@ private:
     std::string m_root;
 };
 
+class RemoteFiles : public ::testing::Test {
+protected:
+    RemoteFiles() {
+        env->setCacheDir((tmp / "cache").c_str());
+        env->setFileRetriever(&retriever);
+    }
+    fftest::TempDir tmp;
+    fftest::ScopedUserDataDir userData{tmp / "data"};
+    FakeRetriever retriever{tmp / "remote"};
+    ObjectPtr<IEditableSearchEnv> env = IEditableSearchEnv::create();
+};
+
 }  // namespace
 
 TEST(ArchiveFile, KeepsTheFileUnderItsNameAndDigest) {
@@ -67,7 +64,7 @@ TEST(ArchiveFile, KeepsTheFileUnderItsNameAndDigest) {
     EXPECT_EQ(0u, utils::archiveFile(file.c_str(), (tmp / "archive").c_str(), "binaries", archived,
                                      false));
     EXPECT_EQ(tmp / ("archive/binaries/libx.so/" + md5Of(file) + "/libx.so"), archived);
-    EXPECT_EQ("version 1", contentsOf(archived));
+    EXPECT_EQ("version 1", fftest::readFile(archived));
 
     // The second time it is there already: 6, the same path, and the source stays.
     std::string again;
@@ -84,7 +81,7 @@ TEST(ArchiveFile, KeepsTheFileUnderItsNameAndDigest) {
     EXPECT_EQ(tmp / ("archive/libx.so/" + md5Of(second) + "/libx.so"), second);
     EXPECT_NE(md5Of(archived), md5Of(second));
     EXPECT_FALSE(fs::exists(other));  // moved in
-    EXPECT_EQ("version 2", contentsOf(second));
+    EXPECT_EQ("version 2", fftest::readFile(second));
     // No temporary file is left beside an archived copy.
     EXPECT_EQ(1, std::distance(fs::directory_iterator(fs::path(second).parent_path()), {}));
 }
@@ -108,7 +105,7 @@ TEST(ArchiveFile, ReportsWhatWentWrong) {
 
 TEST(CreateUniqueTempDir, MakesAPrivateDirectoryUnderTheUserDataDirectory) {
     fftest::TempDir tmp;
-    ScopedUserDataDir userData(tmp / "data");
+    fftest::ScopedUserDataDir userData(tmp / "data");
     std::string first, second;
     ASSERT_EQ(0u, utils::createUniqueTempDir(first));
     ASSERT_EQ(0u, utils::createUniqueTempDir(second));
@@ -127,7 +124,7 @@ TEST(CreateUniqueTempDir, GivesUpAfterThirtyAttemptsWithOneLogLine) {
     const std::string base = tmp.makeDir("readonly");
     fftest::openToEveryone(tmp.path());
     ::chmod(base.c_str(), 0555);
-    ScopedUserDataDir userData(base);
+    fftest::ScopedUserDataDir userData(base);
     EXPECT_EQ(
         0, fftest::runUnprivileged([] {
             fftest::LogCapture log(log4cplus::ERROR_LOG_LEVEL);
@@ -140,21 +137,14 @@ TEST(CreateUniqueTempDir, GivesUpAfterThirtyAttemptsWithOneLogLine) {
         }));
 }
 
-TEST(RemoteFiles, AnAbsoluteNameOfTheRemoteSystemIsFetchedIntoTheCache) {
-    fftest::TempDir tmp;
-    ScopedUserDataDir userData(tmp / "data");
+TEST_F(RemoteFiles, AnAbsoluteNameOfTheRemoteSystemIsFetchedIntoTheCache) {
     tmp.makeFile("remote/opt/app/libr.so", "remote bytes");
-    FakeRetriever retriever(tmp / "remote");
-    ObjectPtr<IEditableSearchEnv> env = IEditableSearchEnv::create();
-    env->setCacheDir((tmp / "cache").c_str());
-    env->setFileRetriever(&retriever);
     ObjectPtr<IFileSearch> search = IFileSearch::create(env);
-
     ObjectPtr<IValidFile> found = search->findBinFile("/opt/app/libr.so", nullptr, nullptr, 0);
     ASSERT_TRUE(found);
     EXPECT_EQ(ssAbsoluteNameLookup, found->searchStep());
     EXPECT_EQ(0u, std::string(found->name()).find(tmp / "cache/libr.so/"));
-    EXPECT_EQ("remote bytes", contentsOf(found->name()));
+    EXPECT_EQ("remote bytes", fftest::readFile(found->name()));
     EXPECT_EQ(1u, retriever.retrieved.size());
 
     // Later searches with the cache step find it there without asking again.
@@ -167,26 +157,17 @@ TEST(RemoteFiles, AnAbsoluteNameOfTheRemoteSystemIsFetchedIntoTheCache) {
     EXPECT_EQ(1u, retriever.retrieved.size());
 }
 
-TEST(RemoteFiles, ANameThatLeavesTheTemporaryDirectoryIsRefused) {
-    fftest::TempDir tmp;
-    ScopedUserDataDir userData(tmp / "data");
+TEST_F(RemoteFiles, ANameThatLeavesTheTemporaryDirectoryIsRefused) {
     tmp.makeFile("remote/x.so");
-    FakeRetriever retriever(tmp / "remote");
-    ObjectPtr<IEditableSearchEnv> env = IEditableSearchEnv::create();
-    env->setCacheDir((tmp / "cache").c_str());
-    env->setFileRetriever(&retriever);
     fftest::LogCapture log(log4cplus::ERROR_LOG_LEVEL);
     EXPECT_FALSE(IFileSearch::create(env)->findBinFile("/../../x.so", nullptr, nullptr, 0));
     EXPECT_TRUE(retriever.retrieved.empty());
     EXPECT_EQ(1u, log.count("Remote name leaves the temporary directory"));
 }
 
-TEST(RemoteFiles, WithoutACacheDirectoryNothingIsFetched) {
-    fftest::TempDir tmp;
-    ScopedUserDataDir userData(tmp / "data");
-    FakeRetriever retriever(tmp / "remote");
-    ObjectPtr<IEditableSearchEnv> env = IEditableSearchEnv::create();
-    env->setFileRetriever(&retriever);
+TEST_F(RemoteFiles, WithoutACacheDirectoryNothingIsFetched) {
+    env->setCacheDir("");
+    tmp.makeFile("remote/opt/x.so");
     fftest::LogCapture log(log4cplus::ERROR_LOG_LEVEL);
     EXPECT_FALSE(IFileSearch::create(env)->findBinFile("/opt/x.so", nullptr, nullptr, 0));
     EXPECT_TRUE(retriever.retrieved.empty());

@@ -22,16 +22,21 @@ using Started = fftest::StartedCallback;
 using NoFiles = fftest::NoFilesCallback;
 using Policy = fftest::PolicyCallback;
 
-std::vector<std::string> dirsOf(const ObjectPtr<ISearchEnv>& env, search_category_t category,
-                                bool archive = false) {
+using Strings = std::vector<std::string>;
+
+Strings dirsOf(const ObjectPtr<ISearchEnv>& env, search_category_t category, bool archive = false) {
     return fftest::dirNames(archive ? env->archiveDirs(category) : env->searchDirs(category));
 }
 
 class ContextTest : public ::testing::Test {
 protected:
-    ContextTest() : mgr(IResolutionContextMgr::create()) {}
+    ContextTest() { EXPECT_TRUE(mgr->addInheritance(*child, *parent)); }
     ObjectPtr<IResolutionContext> context(const std::string& name) {
         return mgr->createFileSystemContext((tmp / name).c_str(), false);
+    }
+    // The binary directories a search of `client` in the child context sees.
+    Strings binaryDirsFor(const char* client) {
+        return dirsOf(mgr->createSearchEnv(*child, client, nullptr), scBinaryFiles);
     }
     ObjectPtr<IEditableSearchDirContainer> dirsWith(search_category_t category,
                                                     const std::string& dir, bool recursive = false,
@@ -42,7 +47,8 @@ protected:
     }
 
     fftest::TempDir tmp;
-    ObjectPtr<IResolutionContextMgr> mgr;
+    ObjectPtr<IResolutionContextMgr> mgr = IResolutionContextMgr::create();
+    ObjectPtr<IResolutionContext> child = context("child"), parent = context("parent");
 };
 
 }  // namespace
@@ -77,19 +83,14 @@ TEST_F(ContextTest, AResultDirectoryIsPresetOnce) {
     mgr->createResultDirectoryContext(dir.c_str());
     ObjectPtr<IResolutionContext> result = mgr->createResultDirectoryContext(dir.c_str());
     ObjectPtr<ISearchEnv> env = mgr->createSearchEnv(*result, "c", nullptr);
-    EXPECT_EQ((std::vector<std::string>{dir + "/binaries"}), dirsOf(env, scBinaryFiles));
-    EXPECT_EQ((std::vector<std::string>{dir + "/symbols", dir + "/binaries"}),
-              dirsOf(env, scSymbolFiles));
-    EXPECT_EQ((std::vector<std::string>{dir + "/sources"}), dirsOf(env, scSourceFiles));
-    EXPECT_EQ((std::vector<std::string>{dir + "/all"}), dirsOf(env, scAllFiles));
-    EXPECT_EQ((std::vector<std::string>{dir + "/archive/symbols"}),
-              dirsOf(env, scSymbolFiles, true));
+    EXPECT_EQ((Strings{dir + "/binaries"}), dirsOf(env, scBinaryFiles));
+    EXPECT_EQ((Strings{dir + "/symbols", dir + "/binaries"}), dirsOf(env, scSymbolFiles));
+    EXPECT_EQ((Strings{dir + "/sources"}), dirsOf(env, scSourceFiles));
+    EXPECT_EQ((Strings{dir + "/all"}), dirsOf(env, scAllFiles));
+    EXPECT_EQ((Strings{dir + "/archive/symbols"}), dirsOf(env, scSymbolFiles, true));
 }
 
 TEST_F(ContextTest, TheNearestCallbackWinsAndTheDefaultClientLendsOnlyTwo) {
-    ObjectPtr<IResolutionContext> child = context("child");
-    ObjectPtr<IResolutionContext> parent = context("parent");
-    EXPECT_TRUE(mgr->addInheritance(*child, *parent));
     Started nearer, farther, shared;
     NoFiles sharedNoFiles;
     Policy sharedPolicy(1);
@@ -113,71 +114,56 @@ TEST_F(ContextTest, TheNearestCallbackWinsAndTheDefaultClientLendsOnlyTwo) {
 }
 
 TEST_F(ContextTest, TheEnvironmentInfoArgumentWinsOverEveryContext) {
-    ObjectPtr<IResolutionContext> ctx = context("ctx");
     ObjectPtr<IEditableEnvironmentInfo> registered = IEditableEnvironmentInfo::create();
     ObjectPtr<IEditableEnvironmentInfo> given = IEditableEnvironmentInfo::create();
-    mgr->registerEnvironmentInfo(*ctx, "", registered);
-    EXPECT_EQ(registered, mgr->createSearchEnv(*ctx, "c", nullptr)->environmentInfo());
-    EXPECT_EQ(given, mgr->createSearchEnv(*ctx, "c", given)->environmentInfo());
+    mgr->registerEnvironmentInfo(*parent, "", registered);
+    EXPECT_EQ(registered, mgr->createSearchEnv(*child, "c", nullptr)->environmentInfo());
+    EXPECT_EQ(given, mgr->createSearchEnv(*child, "c", given)->environmentInfo());
 }
 
 TEST_F(ContextTest, ACaptureHidesLaterDirectoriesForItsClientOnly) {
-    ObjectPtr<IResolutionContext> child = context("child");
-    ObjectPtr<IResolutionContext> parent = context("parent");
-    mgr->addInheritance(*child, *parent);
     mgr->registerSearchDirs(*parent, dirsWith(scBinaryFiles, "/first"), "k1");
     mgr->captureSearchDirs(*child, "c");
     mgr->registerSearchDirs(*child, dirsWith(scBinaryFiles, "/second"), "k2");
     mgr->registerSearchDirs(*parent, dirsWith(scBinaryFiles, "/third"), "k3");
 
-    EXPECT_EQ((std::vector<std::string>{"/first"}),
-              dirsOf(mgr->createSearchEnv(*child, "c", nullptr), scBinaryFiles));
-    EXPECT_EQ((std::vector<std::string>{"/second", "/first", "/third"}),
-              dirsOf(mgr->createSearchEnv(*child, "d", nullptr), scBinaryFiles));
+    EXPECT_EQ(Strings{"/first"}, binaryDirsFor("c"));
+    EXPECT_EQ((Strings{"/second", "/first", "/third"}), binaryDirsFor("d"));
     mgr->releaseSearchDirs(*child, "c");
-    EXPECT_EQ((std::vector<std::string>{"/second", "/first", "/third"}),
-              dirsOf(mgr->createSearchEnv(*child, "c", nullptr), scBinaryFiles));
+    EXPECT_EQ((Strings{"/second", "/first", "/third"}), binaryDirsFor("c"));
 }
 
 TEST_F(ContextTest, ArchiveDirectoriesOfEveryLevelNearestFirst) {
-    ObjectPtr<IResolutionContext> child = context("child");
-    ObjectPtr<IResolutionContext> parent = context("parent");
-    mgr->addInheritance(*child, *parent);
-    mgr->registerArchiveDir(*child, "/a");
-    mgr->registerArchiveDir(*parent, "/b");
-    ObjectPtr<ISearchEnv> env = mgr->createSearchEnv(*child, "c", nullptr);
-    EXPECT_EQ((std::vector<std::string>{"/a/binaries", "/b/binaries"}),
-              dirsOf(env, scBinaryFiles, true));
-    EXPECT_EQ((std::vector<std::string>{"/a/all", "/b/all"}), dirsOf(env, scAllFiles, true));
-}
-
-TEST_F(ContextTest, ArchiveFileUsesTheNearestArchiveDirectory) {
-    ObjectPtr<IResolutionContext> child = context("child");
-    ObjectPtr<IResolutionContext> parent = context("parent");
-    mgr->addInheritance(*child, *parent);
     const std::string file = tmp.makeFile("libz.so");
-    EXPECT_FALSE(mgr->archiveFile(*child, file.c_str(), scBinaryFiles));
-    mgr->registerArchiveDir(*parent, (tmp / "archive").c_str());
+    EXPECT_FALSE(mgr->archiveFile(*child, file.c_str(), scBinaryFiles));  // no archive yet
+    mgr->registerArchiveDir(*parent, (tmp / "far").c_str());
     EXPECT_TRUE(mgr->archiveFile(*child, file.c_str(), scBinaryFiles));
     EXPECT_TRUE(mgr->archiveFile(*child, file.c_str(), scBinaryFiles));  // there already
-    EXPECT_TRUE(boost::filesystem::is_directory(tmp / "archive/binaries/libz.so"));
+    EXPECT_TRUE(boost::filesystem::is_directory(tmp / "far/binaries/libz.so"));
     EXPECT_TRUE(boost::filesystem::exists(file));
     EXPECT_FALSE(mgr->archiveFile(*child, (tmp / "missing").c_str(), scBinaryFiles));
+
+    mgr->registerArchiveDir(*child, (tmp / "near").c_str());
+    ObjectPtr<ISearchEnv> env = mgr->createSearchEnv(*child, "c", nullptr);
+    EXPECT_EQ((Strings{tmp / "near/binaries", tmp / "far/binaries"}),
+              dirsOf(env, scBinaryFiles, true));
+    EXPECT_EQ((Strings{tmp / "near/all", tmp / "far/all"}), dirsOf(env, scAllFiles, true));
+    EXPECT_TRUE(mgr->archiveFile(*child, file.c_str(), scSymbolFiles));
+    EXPECT_TRUE(boost::filesystem::is_directory(tmp / "near/symbols/libz.so"));
 }
 
 TEST_F(ContextTest, RegistrationsFromSeveralThreads) {
-    ObjectPtr<IResolutionContext> ctx = context("ctx");
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t) {
         threads.emplace_back([&, t] {
             for (int i = 0; i < 50; ++i) {
                 const std::string key = "k" + std::to_string(t) + "-" + std::to_string(i);
-                mgr->registerSearchDirs(*ctx, dirsWith(scBinaryFiles, "/" + key), key.c_str());
+                mgr->registerSearchDirs(*child, dirsWith(scBinaryFiles, "/" + key), key.c_str());
             }
         });
     }
     for (std::thread& t : threads) t.join();
-    EXPECT_EQ(200u, dirsOf(mgr->createSearchEnv(*ctx, "c", nullptr), scBinaryFiles).size());
+    EXPECT_EQ(200u, binaryDirsFor("c").size());
 }
 
 TEST_F(ContextTest, TheTypicalRequestFindsEachCategory) {

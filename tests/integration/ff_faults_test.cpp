@@ -10,7 +10,6 @@
 #include <atomic>
 #include <boost/filesystem.hpp>
 #include <csignal>
-#include <functional>
 #include <thread>
 
 #include "ff_files_finder.h"
@@ -18,6 +17,7 @@
 #include "ff_searchdirs.h"
 #include "ff_searchenv.h"
 #include "ff_utils.h"
+#include "search_doubles.h"
 #include "temp_dir.h"
 #include "unprivileged.h"
 
@@ -25,26 +25,6 @@ using namespace FF_2_13;
 namespace fs = boost::filesystem;
 
 namespace {
-
-// Calls `onFirstOffer` once, at the first candidate, and never stops the search.
-class Meddler : public ISearchResultsContainer {
-public:
-    explicit Meddler(std::function<void()> onFirstOffer)
-        : m_onFirstOffer(std::move(onFirstOffer)) {}
-    bool validateAndAdd(const char* fileName, unsigned int) override {
-        offers.push_back(fileName);
-        if (m_onFirstOffer) {
-            auto once = std::move(m_onFirstOffer);
-            m_onFirstOffer = nullptr;
-            once();
-        }
-        return false;
-    }
-    std::vector<std::string> offers;
-
-private:
-    std::function<void()> m_onFirstOffer;
-};
 
 size_t openDescriptors() {
     size_t count = 0;
@@ -64,18 +44,20 @@ ObjectPtr<IFileSearch> searchOver(const std::string& dir, bool recursive) {
 
 TEST(Faults, ADirectoryThatVanishesAfterItWasListedIsSkipped) {
     fftest::TempDir tmp;
-    tmp.makeDir("tree/a");
-    tmp.makeDir("tree/b");
-    tmp.makeDir("tree/c");
-    // The first candidate is tree/x.so, offered after tree was listed and before any
-    // sub-directory is entered: remove them all then.
-    Meddler results([&] {
-        for (const char* sub : {"a", "b", "c"}) fs::remove(tmp / (std::string("tree/") + sub));
-    });
+    for (const char* sub : {"a", "b", "c"}) tmp.makeDir(std::string("tree/") + sub);
+    // The third candidate is the first inside a sub-directory: tree was listed then, and
+    // the other two sub-directories are yet to be entered. Remove those two.
+    fftest::RecordingResults results;
+    results.stopAt = [&](const std::string& path) {
+        if (results.offers.size() == 3)
+            for (const char* sub : {"/tree/a", "/tree/b", "/tree/c"})
+                if (path.find(sub) == std::string::npos) fs::remove(tmp.path() + sub);
+        return false;
+    };
     FilesFinder finder(ssLowPrioritySearchDirs, nullptr);
     finder.addSearchDirectory((tmp / "tree").c_str(), true);
     EXPECT_FALSE(finder.find("x.so", results));
-    EXPECT_EQ(2u, results.offers.size());  // the iterative candidate and tree/x.so only
+    EXPECT_EQ(3u, results.offers.size());  // tree/x.so twice, then the entered one's only
 }
 
 TEST(Faults, ADirectoryThatLocksUpMidScanRaisesTheFileSystemError) {
@@ -85,7 +67,11 @@ TEST(Faults, ADirectoryThatLocksUpMidScanRaisesTheFileSystemError) {
     const std::string locked = tmp / "tree/a";
     ASSERT_EQ(0, ::chown(locked.c_str(), 65534, 65534));  // the unprivileged child locks it
     EXPECT_EQ(0, fftest::runUnprivileged([&] {
-                  Meddler results([&] { ::chmod(locked.c_str(), 0); });
+                  fftest::RecordingResults results;
+                  results.stopAt = [&](const std::string&) {  // locks it at the first candidate
+                      ::chmod(locked.c_str(), 0);
+                      return false;
+                  };
                   FilesFinder finder(ssLowPrioritySearchDirs, nullptr);
                   finder.addSearchDirectory((tmp / "tree").c_str(), true);
                   try {

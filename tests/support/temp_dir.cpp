@@ -1,7 +1,10 @@
 #include "temp_dir.h"
 
+#include <tarnbase2/tarnbase2.h>
+
 #include <boost/filesystem.hpp>
 #include <fstream>
+#include <iterator>
 #include <stdexcept>
 
 namespace fs = boost::filesystem;
@@ -25,7 +28,9 @@ TempDir::~TempDir() {
     fs::remove_all(m_path, ignored);
 }
 
-std::string TempDir::operator/(const std::string& relative) const { return m_path + "/" + relative; }
+std::string TempDir::operator/(const std::string& relative) const {
+    return m_path + "/" + relative;
+}
 
 std::string TempDir::makeDir(const std::string& relative) const {
     std::string path = *this / relative;
@@ -47,6 +52,19 @@ std::string TempDir::makeSymlink(const std::string& relative, const std::string&
     fs::create_directories(fs::path(path).parent_path());
     fs::create_symlink(target, path);
     return path;
+}
+
+std::string readFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+ScopedUserDataDir::ScopedUserDataDir(const std::string& dir) {
+    tarnbase2::IProductLocations::setUserDataDir(dir.c_str());
+}
+
+ScopedUserDataDir::~ScopedUserDataDir() {
+    tarnbase2::IProductLocations::setUserDataDir(nullptr);
 }
 
 }  // namespace fftest

@@ -28,4 +28,17 @@ private:
     std::string m_path;
 };
 
+/// The whole contents of the file `path`; empty when it cannot be read.
+std::string readFile(const std::string& path);
+
+/// Points the host's per-user data directory (kernel image cache, private temporary
+/// directories) at `dir` while it lives, so that searches write under a test's TempDir.
+class ScopedUserDataDir {
+public:
+    explicit ScopedUserDataDir(const std::string& dir);
+    ~ScopedUserDataDir();
+    ScopedUserDataDir(const ScopedUserDataDir&) = delete;
+    ScopedUserDataDir& operator=(const ScopedUserDataDir&) = delete;
+};
+
 }  // namespace fftest

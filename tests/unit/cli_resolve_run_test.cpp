@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <boost/filesystem.hpp>
 #include <functional>
 #include <stdexcept>
 
@@ -15,7 +16,7 @@ namespace {
 
 // Answers from a function, and remembers what it was asked.
 class ScriptedLocator : public FileLocator {
-  public:
+public:
     explicit ScriptedLocator(std::function<Outcome(const Request&)> script)
         : m_script(std::move(script)) {}
     Outcome locate(const Request& request) override {
@@ -24,7 +25,7 @@ class ScriptedLocator : public FileLocator {
     }
     std::vector<Request> asked;
 
-  private:
+private:
     std::function<Outcome(const Request&)> m_script;
 };
 
@@ -45,12 +46,6 @@ Request binary(const std::string& name) {
     Request request;
     request.name = name;
     return request;
-}
-
-std::string selfExe() {
-    char path[4096];
-    const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
-    return length > 0 ? std::string(path, static_cast<std::size_t>(length)) : std::string();
 }
 
 }  // namespace
@@ -90,7 +85,7 @@ TEST(Resolver, SymbolFileNamesComeBuildIdFirst) {
 }
 
 TEST(Resolver, LooksForTheSymbolFileOfEachFoundModuleUntilANameFindsIt) {
-    const std::string self = selfExe();
+    const std::string self = boost::filesystem::read_symlink("/proc/self/exe").string();
     const ElfReadResult elf = readElfDebugLinks(self);
     const std::vector<std::string> names = symbolFileNames(elf.links, self);
     if (names.size() < 2) GTEST_SKIP() << "this test program was built without a build id or -g";

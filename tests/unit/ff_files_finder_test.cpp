@@ -7,40 +7,27 @@
 #include <algorithm>
 #include <boost/filesystem.hpp>
 #include <cerrno>
-#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "search_doubles.h"
 #include "temp_dir.h"
 #include "unprivileged.h"
 
 using namespace FF_2_13;
+using fftest::RecordingResults;
 namespace fs = boost::filesystem;
 
 namespace {
 
 constexpr unsigned int kStep = 32;
 using Paths = std::vector<std::string>;
-
-// Records every offer; asks to stop when it is offered `stopAt`.
-class RecordingResults : public ISearchResultsContainer {
-  public:
-    bool validateAndAdd(const char* fileName, unsigned int searchStep) override {
-        offers.emplace_back(fileName);
-        steps.push_back(searchStep);
-        if (onOffer) onOffer();
-        return !stopAt.empty() && stopAt == fileName;
-    }
-
-    Paths offers;
-    std::vector<unsigned int> steps;
-    std::string stopAt;
-    std::function<void()> onOffer;
-};
+using Dirs = std::vector<std::pair<std::string, bool>>;
 
 // Takes over the directories it is told to, records every call.
 class ScriptedCallback : public ISearchDirectoryFindCallback {
-  public:
+public:
     bool find(const std::string& dir, bool recursive, const std::string& fileName,
               ISearchResultsContainer&, bool& skip) override {
         calls.push_back(dir + (recursive ? " recursive " : " flat ") + fileName);
@@ -54,16 +41,19 @@ class ScriptedCallback : public ISearchDirectoryFindCallback {
 };
 
 class FilesFinderTest : public ::testing::Test {
-  protected:
-    // The offers of one find() of `name` in the given directories.
-    Paths offersFor(const std::string& name, const std::vector<std::pair<std::string, bool>>& dirs,
-                    bool* found = nullptr) {
+protected:
+    // The candidates of one find() of `name` in `dirs`, each of which must carry the
+    // finder's step; `found` gets find()'s answer. The container stops at `stopAt`.
+    Paths offersFor(const std::string& name, const Dirs& dirs, bool* found = nullptr,
+                    const std::string& stopAt = "") {
         FilesFinder finder(kStep, nullptr);
         for (const auto& dir : dirs) finder.addSearchDirectory(dir.first.c_str(), dir.second);
         RecordingResults results;
-        bool result = finder.find(name.c_str(), results);
+        results.stopAt = [&](const std::string& path) { return path == stopAt; };
+        const bool result = finder.find(name.c_str(), results);
         if (found) *found = result;
-        return results.offers;
+        for (const fftest::Offer& offer : results.offers) EXPECT_EQ(kStep, offer.step);
+        return results.paths();
     }
 
     // True when a recursive find in `dir` raises filesystem_error `error` for `path`
@@ -77,7 +67,7 @@ class FilesFinderTest : public ::testing::Test {
             finder.find("c.so", results);
         } catch (const fs::filesystem_error& raised) {
             return raised.code().value() == error && raised.path1() == path &&
-                   (lastOffer.empty() || results.offers.back() == lastOffer);
+                   (lastOffer.empty() || results.offers.back().path == lastOffer);
         }
         return false;
     }
@@ -87,22 +77,14 @@ class FilesFinderTest : public ::testing::Test {
 
 }  // namespace
 
-TEST_F(FilesFinderTest, WithoutDirectoriesOffersNothing) {
-    bool found = true;
-    EXPECT_TRUE(offersFor("c.so", {}, &found).empty());
-    EXPECT_FALSE(found);
-}
-
 TEST_F(FilesFinderTest, IterativeSearchDropsLeadingPartsOneAtATime) {
-    FilesFinder finder(kStep, nullptr);
-    finder.addSearchDirectory("/d", false);
-    RecordingResults results;
-    EXPECT_FALSE(finder.find("a/b/c.so", results));
-    EXPECT_EQ((Paths{"/d/a/b/c.so", "/d/b/c.so", "/d/c.so"}), results.offers);
-    EXPECT_EQ((std::vector<unsigned int>{kStep, kStep, kStep}), results.steps);
-}
-
-TEST_F(FilesFinderTest, AbsoluteNameOffersTheFullJoinTwice) {
+    bool found = true;
+    EXPECT_TRUE(offersFor("c.so", {}, &found).empty());  // no directories, no candidate
+    EXPECT_FALSE(found);
+    EXPECT_EQ((Paths{"/d/a/b/c.so", "/d/b/c.so", "/d/c.so"}),
+              offersFor("a/b/c.so", {{"/d", false}}, &found));
+    EXPECT_FALSE(found);
+    // The root element of an absolute name adds nothing: the full join comes twice.
     EXPECT_EQ((Paths{"/d/usr/lib/x.so", "/d/usr/lib/x.so", "/d/lib/x.so", "/d/x.so"}),
               offersFor("/usr/lib/x.so", {{"/d", false}}));
     EXPECT_EQ((Paths{"/d/x.so"}), offersFor("x.so", {{"/d/", false}}));
@@ -110,8 +92,8 @@ TEST_F(FilesFinderTest, AbsoluteNameOffersTheFullJoinTwice) {
 }
 
 TEST_F(FilesFinderTest, RecursiveSearchFollowsTheIterativeOneWithTheBareName) {
-    std::string d = tree.makeDir("d/x/y");
-    d = tree / "d";
+    tree.makeDir("d/x/y");
+    const std::string d = tree / "d";
     EXPECT_EQ((Paths{d + "/a/b/c.so", d + "/b/c.so", d + "/c.so", d + "/c.so", d + "/x/c.so",
                      d + "/x/y/c.so"}),
               offersFor("a/b/c.so", {{d, true}}));
@@ -119,19 +101,16 @@ TEST_F(FilesFinderTest, RecursiveSearchFollowsTheIterativeOneWithTheBareName) {
 
 TEST_F(FilesFinderTest, StopsAtTheFirstTrueAnswer) {
     tree.makeDir("d/x/y");
-    std::string d = tree / "d";
-    FilesFinder finder(kStep, nullptr);
-    finder.addSearchDirectory(d.c_str(), true);
-    finder.addSearchDirectory("/later", false);
-    RecordingResults results;
-    results.stopAt = d + "/x/c.so";
-    EXPECT_TRUE(finder.find("c.so", results));
-    EXPECT_EQ((Paths{d + "/c.so", d + "/c.so", d + "/x/c.so"}), results.offers);
+    const std::string d = tree / "d";
+    bool found = false;
+    EXPECT_EQ((Paths{d + "/c.so", d + "/c.so", d + "/x/c.so"}),
+              offersFor("c.so", {{d, true}, {"/later", false}}, &found, d + "/x/c.so"));
+    EXPECT_TRUE(found);
 }
 
 TEST_F(FilesFinderTest, CallbackMaySkipADirectoryOrEndTheSearch) {
     tree.makeDir("d/x");
-    std::string d = tree / "d";
+    const std::string d = tree / "d";
     ScriptedCallback callback;
     callback.skipDir = d;
     callback.stopDir = "/stop";
@@ -142,7 +121,7 @@ TEST_F(FilesFinderTest, CallbackMaySkipADirectoryOrEndTheSearch) {
     finder.addSearchDirectory("/never", false);
     RecordingResults results;
     EXPECT_TRUE(finder.find("a/c.so", results));
-    EXPECT_EQ((Paths{"/next/a/c.so", "/next/c.so"}), results.offers);
+    EXPECT_EQ((Paths{"/next/a/c.so", "/next/c.so"}), results.paths());
     EXPECT_EQ((Paths{d + " recursive a/c.so", "/next flat a/c.so", "/stop recursive a/c.so"}),
               callback.calls);
 }
@@ -170,27 +149,21 @@ TEST_F(FilesFinderTest, SearchesAreCalledThroughTheObjectWithTheBareNameForRecur
               finder.calls);
 }
 
-TEST_F(FilesFinderTest, LinkBackToAnAncestorIsNotEnteredAgain) {
+TEST_F(FilesFinderTest, LoopGuardHoldsWithinOneSearchDirectoryOnly) {
     tree.makeDir("d/x");
     tree.makeSymlink("d/x/back", "..");
-    std::string d = tree / "d";
-    bool found = true;
-    EXPECT_EQ((Paths{d + "/c.so", d + "/c.so", d + "/x/c.so"}),
-              offersFor("c.so", {{d, true}}, &found));
-    EXPECT_FALSE(found);
-}
-
-TEST_F(FilesFinderTest, SameDirectoryAddedTwiceIsScannedTwice) {
-    tree.makeDir("d/x");
-    std::string d = tree / "d";
+    const std::string d = tree / "d";
     const Paths once{d + "/c.so", d + "/c.so", d + "/x/c.so"};
-    Paths twice = once;
+    bool found = true;
+    EXPECT_EQ(once, offersFor("c.so", {{d, true}}, &found));  // the link back is not followed
+    EXPECT_FALSE(found);
+    Paths twice = once;  // the same directory added twice is scanned twice
     twice.insert(twice.end(), once.begin(), once.end());
     EXPECT_EQ(twice, offersFor("c.so", {{d, true}, {d, true}}));
 }
 
 TEST_F(FilesFinderTest, RegularFileAsRecursiveDirectoryOffersOneJoinedCandidate) {
-    std::string file = tree.makeFile("f");
+    const std::string file = tree.makeFile("f");
     bool found = true;
     EXPECT_EQ((Paths{file + "/a/c.so", file + "/c.so", file + "/c.so"}),
               offersFor("a/c.so", {{file, true}}, &found));
@@ -205,7 +178,7 @@ TEST_F(FilesFinderTest, FollowsLinksToDirectoriesAndSearchesHiddenOnes) {
     tree.makeSymlink("d/link", "../elsewhere");
     tree.makeSymlink("d/dangling", "../nowhere");
     tree.makeFile("d/file");
-    std::string d = tree / "d";
+    const std::string d = tree / "d";
     Paths offers = offersFor("c.so", {{d, false}, {d + "/.hidden", false}, {d, true}});
     // Listing order is the file system's: compare the recursive part as a set.
     Paths recursive(offers.begin() + 3, offers.end());
@@ -227,32 +200,33 @@ TEST_F(FilesFinderTest, KeepsOneListingOpenAtATime) {
     FilesFinder finder(kStep, nullptr);
     finder.addSearchDirectory((tree / "d").c_str(), true);
     RecordingResults results;
-    results.onOffer = [&] { most = std::max(most, openDescriptors()); };
+    results.stopAt = [&](const std::string&) {
+        most = std::max(most, openDescriptors());
+        return false;
+    };
     EXPECT_FALSE(finder.find("c.so", results));
     EXPECT_EQ(10u, results.offers.size());
     EXPECT_LE(most, baseline + 1);  // the listing of the directory being offered, no more
     EXPECT_EQ(baseline, openDescriptors());
 }
 
-TEST_F(FilesFinderTest, UnreadableSubdirectoryRaisesAfterItsCandidate) {
-    std::string locked = tree.makeDir("d/locked");
-    tree.makeDir("d/locked/inner");
+TEST_F(FilesFinderTest, DirectoryThatCannotBeListedOrEnteredRaises) {
+    const std::string locked = tree.makeDir("a/locked");
+    tree.makeDir("a/locked/inner");
+    const std::string closed = tree.makeDir("b/closed");
+    tree.makeFile("b/closed/entry");
     fftest::openToEveryone(tree.path());
     fs::permissions(locked, fs::perms::owner_exe | fs::perms::group_exe | fs::perms::others_exe);
-    EXPECT_EQ(0, fftest::runUnprivileged(
-                     [&] { return raises(tree / "d", EACCES, locked, locked + "/c.so"); }));
-}
-
-TEST_F(FilesFinderTest, DirectoryReadableButNotEnterableRaises) {
-    std::string closed = tree.makeDir("d/closed");
-    tree.makeFile("d/closed/entry");
-    fftest::openToEveryone(tree.path());
     fs::permissions(closed, fs::perms::owner_read | fs::perms::group_read | fs::perms::others_read);
+    // Unreadable: raised after its own candidate. Readable but not enterable: raised when
+    // the status of its first entry is taken.
     EXPECT_EQ(0, fftest::runUnprivileged(
-                     [&] { return raises(tree / "d", EACCES, closed + "/entry", ""); }));
+                     [&] { return raises(tree / "a", EACCES, locked, locked + "/c.so"); }));
+    EXPECT_EQ(0, fftest::runUnprivileged(
+                     [&] { return raises(tree / "b", EACCES, closed + "/entry", ""); }));
 }
 
 TEST_F(FilesFinderTest, LinkThatLoopsOnItselfRaisesWhenItsStatusIsTaken) {
-    std::string loop = tree.makeSymlink("d/loop", "loop");
+    const std::string loop = tree.makeSymlink("d/loop", "loop");
     EXPECT_TRUE(raises(tree / "d", ELOOP, loop, ""));
 }

@@ -12,8 +12,9 @@
 
 using namespace FF_2_13;
 using fftest::Offer;
-using fftest::RecordingDirs;
 using fftest::RecordingResults;
+using Dirs = std::vector<std::pair<std::string, bool>>;
+using Paths = std::vector<std::string>;
 
 namespace {
 
@@ -23,98 +24,87 @@ std::string runningRelease() {
     return release;
 }
 
-struct Env {
-    Env() : env(IEditableSearchEnv::create()), dirs(IEditableSearchDirContainer::create()) {
-        env->setSearchDirs(dirs);
+// The system directories a strategy fills in.
+Dirs systemDirsOf(IFileSearchStrategy& strategy) {
+    fftest::RecordingDirs dirs;
+    strategy.fillSystemDirs(dirs);
+    return dirs.dirs;
+}
+
+class StrategyTest : public ::testing::Test {
+protected:
+    StrategyTest() { env->setSearchDirs(dirs); }
+    BinFileSearchStrategy bin(const char* name) {
+        return BinFileSearchStrategy(env.get(), name, "", validator);
     }
-    ObjectPtr<IEditableSearchEnv> env;
-    ObjectPtr<IEditableSearchDirContainer> dirs;
+    SymFileSearchStrategy sym(const char* name, const char* binary, ISearchEnv* in = nullptr) {
+        return SymFileSearchStrategy(in, name, "", binary, "", "", validator);
+    }
+
+    ObjectPtr<IEditableSearchEnv> env = IEditableSearchEnv::create();
+    ObjectPtr<IEditableSearchDirContainer> dirs = IEditableSearchDirContainer::create();
+    fftest::UnusedValidator validator;
 };
 
 }  // namespace
 
-TEST(BinStrategy, ModuleNameIsLookedForAsKoInTheModuleDirectories) {
-    fftest::UnusedValidator validator;
-    Env e;
-    BinFileSearchStrategy strategy(e.env.get(), "ext4", "", validator);
-    RecordingDirs dirs;
-    strategy.fillSystemDirs(dirs);
-    ASSERT_GE(dirs.dirs.size(), 1u);
-    EXPECT_EQ(std::make_pair(std::string("/lib/modules"), false), dirs.dirs[0]);
-    if (!runningRelease().empty()) {
-        ASSERT_EQ(2u, dirs.dirs.size());
-        EXPECT_EQ(std::make_pair("/lib/modules/" + runningRelease() + "/kernel/", true),
-                  dirs.dirs[1]);
-    }
+TEST_F(StrategyTest, ModuleNameIsLookedForAsKoInTheModuleDirectories) {
+    BinFileSearchStrategy strategy = bin("ext4");
+    Dirs expected{{"/lib/modules", false}};
+    if (!runningRelease().empty())
+        expected.emplace_back("/lib/modules/" + runningRelease() + "/kernel/", true);
+    EXPECT_EQ(expected, systemDirsOf(strategy));
     RecordingResults results;
     results.stopAt = [](const std::string&) { return true; };
     EXPECT_TRUE(strategy.findInSystemDirs(results));
     EXPECT_EQ((std::vector<Offer>{{"/lib/modules/ext4.ko", ssSystemDirs}}), results.offers);
 }
 
-TEST(BinStrategy, BootIsSearchedForVmlinuxOnly) {
-    fftest::UnusedValidator validator;
-    Env e;
+TEST_F(StrategyTest, BootIsSearchedForVmlinuxOnly) {
     ObjectPtr<IEditableEnvironmentInfo> info = IEditableEnvironmentInfo::create();
     info->setKernelRelease("5.10.0-test");
-    e.env->setEnvironmentInfo(info);
-
-    RecordingDirs forImage;
-    BinFileSearchStrategy(e.env.get(), "vmlinux", "", validator).fillSystemDirs(forImage);
+    env->setEnvironmentInfo(info);
+    BinFileSearchStrategy image = bin("vmlinux"), release = bin("/boot/vmlinux-5.10.0-test");
+    const Dirs forImage = systemDirsOf(image);
     const size_t base = runningRelease().empty() ? 1 : 2;
-    ASSERT_EQ(base + 2, forImage.dirs.size());
-    EXPECT_EQ(std::make_pair(std::string("/boot"), false), forImage.dirs[base]);
-    EXPECT_EQ(std::make_pair(std::string("/usr/lib/debug/lib/modules/5.10.0-test"), false),
-              forImage.dirs[base + 1]);
-
-    RecordingDirs forRelease;
-    BinFileSearchStrategy(e.env.get(), "/boot/vmlinux-5.10.0-test", "", validator)
-        .fillSystemDirs(forRelease);
-    EXPECT_EQ(base, forRelease.dirs.size());
+    ASSERT_EQ(base + 2, forImage.size());
+    EXPECT_EQ(Dirs::value_type("/boot", false), forImage[base]);
+    // The release of the environment, not of the running kernel.
+    EXPECT_EQ(Dirs::value_type("/usr/lib/debug/lib/modules/5.10.0-test", false),
+              forImage[base + 1]);
+    EXPECT_EQ(base, systemDirsOf(release).size());
 }
 
-TEST(BinStrategy, GuestNamesSkipSystemDirsAndRetryUnderTheGuestDirectory) {
-    fftest::UnusedValidator validator;
-    Env e;
-    e.dirs->addDirectory(scBinaryFiles, "/d", false, true);
-    BinFileSearchStrategy strategy(e.env.get(), "vmlinux [guest]", "", validator);
-    RecordingResults system;
-    EXPECT_FALSE(strategy.findInSystemDirs(system));
+TEST_F(StrategyTest, GuestNamesSkipSystemDirsAndRetryUnderTheGuestDirectory) {
+    dirs->addDirectory(scBinaryFiles, "/d", false, true);
+    BinFileSearchStrategy guest = bin("vmlinux [guest]");
+    RecordingResults system, high, tails;
+    EXPECT_FALSE(guest.findInSystemDirs(system));
     EXPECT_TRUE(system.offers.empty());
+    EXPECT_FALSE(guest.findInHighPriorityDirs(high));
+    EXPECT_EQ((Paths{"/d/vmlinux [guest]", "/d/[guest]/vmlinux", "/d/vmlinux"}), high.paths());
 
-    RecordingResults high;
-    EXPECT_FALSE(strategy.findInHighPriorityDirs(high));
-    EXPECT_EQ((std::vector<std::string>{"/d/vmlinux [guest]", "/d/[guest]/vmlinux", "/d/vmlinux"}),
-              high.paths());
-
-    BinFileSearchStrategy module(e.env.get(), "/lib/m.ko [guest]", "", validator);
-    RecordingResults tails;
     tails.stopAt = [](const std::string& path) { return path == "/d/[guest]/lib/m.ko"; };
-    EXPECT_TRUE(module.findInHighPriorityDirs(tails));
+    EXPECT_TRUE(bin("/lib/m.ko [guest]").findInHighPriorityDirs(tails));
     EXPECT_EQ("/d/[guest]/lib/m.ko", tails.paths().back());
 }
 
-TEST(BasicStrategy, OnlyAbsoluteNamesAreOfferedAsThemselves) {
-    fftest::UnusedValidator validator;
-    Env e;
+TEST_F(StrategyTest, OnlyAbsoluteNamesAreOfferedAsThemselves) {
     RecordingResults results;
-    EXPECT_FALSE(
-        BinFileSearchStrategy(e.env.get(), "lib/x.so", "", validator).lookUpAbsoluteName(results));
+    EXPECT_FALSE(bin("lib/x.so").lookUpAbsoluteName(results));
     EXPECT_TRUE(results.offers.empty());
-    BinFileSearchStrategy(e.env.get(), "/lib/x.so", "", validator).lookUpAbsoluteName(results);
+    bin("/lib/x.so").lookUpAbsoluteName(results);
     EXPECT_EQ((std::vector<Offer>{{"/lib/x.so", ssAbsoluteNameLookup}}), results.offers);
     SrcFileSearchStrategy(nullptr, "/src/a.c", "", "", validator).lookUpAbsoluteName(results);
     EXPECT_EQ(2u, results.offers.size());
 }
 
-TEST(BasicStrategy, CategoryDirectoriesComeBeforeAllFilesDirectories) {
-    fftest::UnusedValidator validator;
-    Env e;
-    e.dirs->addDirectory(scAllFiles, "/all", false, false);
-    e.dirs->addDirectory(scBinaryFiles, "/bin-low", false, false);
-    e.dirs->addDirectory(scBinaryFiles, "/bin-high", false, true);
-    e.dirs->addDirectory(scSymbolFiles, "/sym", false, false);
-    BinFileSearchStrategy strategy(e.env.get(), "x.so", "", validator);
+TEST_F(StrategyTest, CategoryDirectoriesComeBeforeAllFilesDirectories) {
+    dirs->addDirectory(scAllFiles, "/all", false, false);
+    dirs->addDirectory(scBinaryFiles, "/bin-low", false, false);
+    dirs->addDirectory(scBinaryFiles, "/bin-high", false, true);
+    dirs->addDirectory(scSymbolFiles, "/sym", false, false);
+    BinFileSearchStrategy strategy = bin("x.so");
     RecordingResults low, high;
     strategy.findInLowPriorityDirs(low);
     strategy.findInHighPriorityDirs(high);
@@ -124,92 +114,66 @@ TEST(BasicStrategy, CategoryDirectoriesComeBeforeAllFilesDirectories) {
     EXPECT_EQ((std::vector<Offer>{{"/bin-high/x.so", ssHighPrioritySearchDirs}}), high.offers);
 }
 
-TEST(BasicStrategy, ArchiveDirectoriesAreSearchedUnderTheFilesOwnDirectory) {
+TEST_F(StrategyTest, ArchiveDirectoriesAreSearchedUnderTheFilesOwnDirectory) {
     fftest::TempDir tmp;
     const std::string archived = tmp.makeFile("archive/binaries/libx.so/0123/libx.so");
-    fftest::UnusedValidator validator;
-    Env e;
     ObjectPtr<IEditableSearchDirContainer> archive = IEditableSearchDirContainer::create();
     archive->addDirectory(scBinaryFiles, (tmp / "archive/binaries").c_str(), true, true);
-    e.env->setArchiveDirs(archive);
-    BinFileSearchStrategy strategy(e.env.get(), "/usr/lib/libx.so", "", validator);
+    env->setArchiveDirs(archive);
     RecordingResults results;
     results.stopAt = [&](const std::string& path) { return path == archived; };
-    EXPECT_TRUE(strategy.findInArchiveDirs(results));
+    EXPECT_TRUE(bin("/usr/lib/libx.so").findInArchiveDirs(results));
     EXPECT_EQ(archived, results.offers.back().path);
     for (const Offer& offer : results.offers) EXPECT_EQ(ssArchiveSearchDirs, offer.step);
 }
 
-TEST(BasicStrategy, CacheStepWithoutCacheDirectoryLogsOneErrorLine) {
-    fftest::UnusedValidator validator;
-    Env e;
+TEST_F(StrategyTest, CacheStepWithoutCacheDirectoryLogsOneErrorLine) {
     fftest::LogCapture log;
     RecordingResults results;
-    EXPECT_FALSE(
-        BinFileSearchStrategy(e.env.get(), "/x.so", "", validator).findInCacheDir(results));
+    EXPECT_FALSE(bin("/x.so").findInCacheDir(results));
     EXPECT_EQ(1u, log.count("Empty directory name., at file: file_finder2/src/ff_search:"));
     EXPECT_TRUE(results.offers.empty());
 }
 
-TEST(BasicStrategy, NullEnvironmentFindsNothingSilently) {
-    fftest::UnusedValidator validator;
+TEST_F(StrategyTest, NullEnvironmentFindsNothingSilently) {
     BinFileSearchStrategy strategy(nullptr, "x.so", "", validator);
+    fftest::LogCapture log;
     RecordingResults results;
     EXPECT_FALSE(strategy.findInArchiveDirs(results));
     EXPECT_FALSE(strategy.findInHighPriorityDirs(results));
     EXPECT_FALSE(strategy.findInLowPriorityDirs(results));
     EXPECT_FALSE(strategy.findInCacheDir(results));
     EXPECT_TRUE(results.offers.empty());
+    EXPECT_EQ(0u, log.count(", at file: "));
     EXPECT_TRUE(strategy.getSearchStepsIterator(0));  // the default steps
 }
 
-TEST(SymStrategy, AroundBinaryCandidates) {
-    fftest::UnusedValidator validator;
-    Env e;
-    SymFileSearchStrategy differ(e.env.get(), "libx.so.debug", "", "/opt/libx.so", "", "",
-                                 validator);
-    RecordingResults results;
-    EXPECT_FALSE(differ.lookUpAroundBinary(results));
+TEST_F(StrategyTest, SymbolFileAroundItsBinary) {
+    RecordingResults differ, same, none;
+    EXPECT_FALSE(sym("libx.so.debug", "/opt/libx.so", env.get()).lookUpAroundBinary(differ));
     EXPECT_EQ((std::vector<Offer>{{"/opt/libx.so.debug", ssAroundBinaryLookup},
                                   {"/opt/libx.debug", ssAroundBinaryLookup},
                                   {"/opt/.debug/libx.so.debug", ssAroundBinaryLookup}}),
-              results.offers);
-
-    SymFileSearchStrategy same(e.env.get(), "libx.debug", "", "/opt/libx.so", "", "", validator);
-    RecordingResults sameBase;
-    same.lookUpAroundBinary(sameBase);
-    EXPECT_EQ((std::vector<std::string>{"/opt/libx.debug", "/opt/.debug/libx.debug"}),
-              sameBase.paths());
-
-    SymFileSearchStrategy noBinary(e.env.get(), "libx.debug", "", "", "", "", validator);
-    RecordingResults none;
-    EXPECT_FALSE(noBinary.lookUpAroundBinary(none));
+              differ.offers);
+    // Equal base names: the binary with the symbol file's extension is that name again.
+    sym("libx.debug", "/opt/libx.so", env.get()).lookUpAroundBinary(same);
+    EXPECT_EQ((Paths{"/opt/libx.debug", "/opt/.debug/libx.debug"}), same.paths());
+    EXPECT_FALSE(sym("libx.debug", "", env.get()).lookUpAroundBinary(none));
     EXPECT_TRUE(none.offers.empty());
 }
 
-TEST(SymStrategy, SystemDirsKeepTheDoubledSlashOfTheMirrorTree) {
-    fftest::UnusedValidator validator;
-    RecordingDirs dirs;
-    SymFileSearchStrategy(nullptr, "libc.so.debug", "", "/usr/lib/libc.so", "", "", validator)
-        .fillSystemDirs(dirs);
-    EXPECT_EQ((std::vector<std::pair<std::string, bool>>{{"/usr/lib/debug", false},
-                                                         {"/usr/lib/debug//usr/lib", false}}),
-              dirs.dirs);
-    RecordingDirs inside;
-    SymFileSearchStrategy(nullptr, "/usr/lib/libc.so.debug", "", "/usr/lib/libc.so", "", "",
-                          validator)
-        .fillSystemDirs(inside);
-    EXPECT_EQ(1u, inside.dirs.size());
+TEST_F(StrategyTest, SymbolSystemDirsKeepTheDoubledSlashOfTheMirrorTree) {
+    SymFileSearchStrategy outside = sym("libc.so.debug", "/usr/lib/libc.so");
+    EXPECT_EQ((Dirs{{"/usr/lib/debug", false}, {"/usr/lib/debug//usr/lib", false}}),
+              systemDirsOf(outside));
+    SymFileSearchStrategy inside = sym("/usr/lib/libc.so.debug", "/usr/lib/libc.so");
+    EXPECT_EQ((Dirs{{"/usr/lib/debug", false}}), systemDirsOf(inside));
 }
 
-TEST(SrcStrategy, SystemDirsAreUsrSrcAndTheRunningKernelsHeaders) {
-    fftest::UnusedValidator validator;
-    RecordingDirs dirs;
-    SrcFileSearchStrategy(nullptr, "a.c", "", "", validator).fillSystemDirs(dirs);
-    ASSERT_GE(dirs.dirs.size(), 1u);
-    EXPECT_EQ(std::make_pair(std::string("/usr/src"), false), dirs.dirs[0]);
-    if (!runningRelease().empty()) {
-        EXPECT_EQ(std::make_pair("/usr/src/linux-headers-" + runningRelease(), false),
-                  dirs.dirs[1]);
-    }
+TEST_F(StrategyTest, SourceSystemDirsAreUsrSrcAndTheRunningKernelsHeaders) {
+    SrcFileSearchStrategy strategy(nullptr, "a.c", "", "", validator);
+    Dirs expected{{"/usr/src", false}};
+    if (!runningRelease().empty())
+        expected.emplace_back("/usr/src/linux-headers-" + runningRelease(), false);
+    EXPECT_EQ(expected, systemDirsOf(strategy));
 }
