@@ -34,6 +34,9 @@ std::vector<std::string> keysOf(IMetadata& metadata) {
 
 TEST(Metadata, KeysAreExactByteStringsInByteOrder) {
     ObjectPtr<IMetadata> metadata(new Metadata);
+    EXPECT_TRUE(keysOf(*metadata).empty());
+    EXPECT_THROW(metadata->getSearchDirs(nullptr), std::logic_error);
+    EXPECT_THROW(metadata->registerMessenger(nullptr, nullptr), std::logic_error);
     ObjectPtr<ISearchDirContainer> a = IEditableSearchDirContainer::create();
     ObjectPtr<ISearchDirContainer> b = IEditableSearchDirContainer::create();
     for (const char* key : {"abc", "ab", "Abc", "a", "B"}) metadata->setSearchDirs(a, key);
@@ -47,17 +50,6 @@ TEST(Metadata, KeysAreExactByteStringsInByteOrder) {
     metadata->setSearchDirs(ObjectPtr<ISearchDirContainer>(), "abc");
     EXPECT_FALSE(metadata->getSearchDirs("abc"));
     EXPECT_EQ(5u, keysOf(*metadata).size());
-}
-
-TEST(Metadata, EmptyKeyIteratorAnswersFalseAtOnceAndNullKeysThrow) {
-    ObjectPtr<IMetadata> metadata(new Metadata);
-    ObjectPtr<ISearchDirKeyIterator> it = metadata->searchDirsKeyIterator();
-    const char* key = nullptr;
-    ObjectPtr<ISearchDirContainer> dirs;
-    EXPECT_FALSE(it->getCurrentRecord(key, dirs));
-    EXPECT_FALSE(it->next());
-    EXPECT_THROW(metadata->getSearchDirs(nullptr), std::logic_error);
-    EXPECT_THROW(metadata->registerMessenger(nullptr, nullptr), std::logic_error);
 }
 
 TEST(Metadata, RegisteringOneCallbackKeepsTheOthersOfTheClient) {
