@@ -27,20 +27,16 @@ ObjectPtr<IEditableSearchEnv> envWith(const ObjectPtr<ISearchDirContainer>& dirs
 
 }  // namespace
 
-TEST(SearchEnv, NullCacheDirKeepsTheEarlierValue) {
-    ObjectPtr<IEditableSearchEnv> env = IEditableSearchEnv::create();
-    env->setCacheDir("/var/cache/x");
-    env->setCacheDir(nullptr);
-    EXPECT_STREQ("/var/cache/x", env->cacheDir());
-}
-
-TEST(SearchEnv, SearchAndArchiveDirsGiveFreshIteratorsOverTheirOwnContainer) {
+TEST(SearchEnv, DirsGiveFreshIteratorsAndANullCacheDirKeepsTheEarlierOne) {
     ObjectPtr<IEditableSearchDirContainer> search = IEditableSearchDirContainer::create();
     search->addDirectory(scBinaryFiles, "/s", false, false);
     ObjectPtr<IEditableSearchDirContainer> archive = IEditableSearchDirContainer::create();
     archive->addDirectory(scBinaryFiles, "/arch", false, false);
     ObjectPtr<IEditableSearchEnv> env = envWith(search);
     env->setArchiveDirs(archive);
+    env->setCacheDir("/var/cache/x");
+    env->setCacheDir(nullptr);
+    EXPECT_STREQ("/var/cache/x", env->cacheDir());
 
     ObjectPtr<ISearchDirIterator> first = env->searchDirs(scBinaryFiles);
     ObjectPtr<ISearchDirIterator> second = env->searchDirs(scBinaryFiles);
@@ -51,26 +47,16 @@ TEST(SearchEnv, SearchAndArchiveDirsGiveFreshIteratorsOverTheirOwnContainer) {
     EXPECT_EQ((std::vector<std::string>{"/arch"}), dirNames(env->archiveDirs(scBinaryFiles)));
 }
 
-TEST(CapturedSearchDirs, IsFrozenAtCaptureAndEmptyForANullEnvironment) {
-    ObjectPtr<IEditableSearchDirContainer> dirs = IEditableSearchDirContainer::create();
-    dirs->addDirectory(scSymbolFiles, "/sym", true, false);
-    ObjectPtr<ICapturedSearchDirs> captured = ICapturedSearchDirs::create(envWith(dirs));
-    dirs->addDirectory(scSymbolFiles, "/later", false, false);
-    dirs->addDirectory(scBinaryFiles, "/bin", false, false);
-
-    EXPECT_EQ((std::vector<std::string>{"/sym"}), dirNames(captured->enumerate(scSymbolFiles)));
-    EXPECT_FALSE(captured->enumerate(scBinaryFiles));
-    EXPECT_FALSE(captured->enumerate(static_cast<search_category_t>(9)));
-
-    ObjectPtr<ICapturedSearchDirs> empty = ICapturedSearchDirs::create(ObjectPtr<ISearchEnv>());
-    EXPECT_FALSE(empty->enumerate(scSymbolFiles));
-}
-
-TEST(CapturedSearchDirs, OneThreadGetsTheSameIteratorWithItsPosition) {
+TEST(CapturedSearchDirs, IsFrozenAtCaptureAndGivesOneThreadItsIteratorBack) {
     ObjectPtr<IEditableSearchDirContainer> dirs = IEditableSearchDirContainer::create();
     dirs->addDirectory(scBinaryFiles, "/a", false, false);
     dirs->addDirectory(scBinaryFiles, "/b", false, false);
     ObjectPtr<ICapturedSearchDirs> captured = ICapturedSearchDirs::create(envWith(dirs));
+    dirs->addDirectory(scBinaryFiles, "/later", false, false);
+    dirs->addDirectory(scSymbolFiles, "/sym", false, false);
+    EXPECT_FALSE(captured->enumerate(scSymbolFiles));
+    EXPECT_FALSE(captured->enumerate(static_cast<search_category_t>(9)));
+    EXPECT_FALSE(ICapturedSearchDirs::create(ObjectPtr<ISearchEnv>())->enumerate(scBinaryFiles));
 
     ObjectPtr<ISearchDirIterator> first = captured->enumerate(scBinaryFiles);
     first->next();
@@ -80,10 +66,10 @@ TEST(CapturedSearchDirs, OneThreadGetsTheSameIteratorWithItsPosition) {
     bool recursive, high;
     ASSERT_TRUE(second->getCurrentRecord(name, recursive, high));
     EXPECT_STREQ("/b", name);
+    EXPECT_EQ((std::vector<std::string>{"/a", "/b"}), dirNames(second));
 
     // Through an environment whose container is the snapshot, as a search reads it.
-    ObjectPtr<IEditableSearchEnv> env = envWith(captured);
-    EXPECT_EQ(first, env->searchDirs(scBinaryFiles));
+    EXPECT_EQ(first, envWith(captured)->searchDirs(scBinaryFiles));
 }
 
 // Regression: with one iterator for all threads, a search on another thread that resets
