@@ -5,11 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <condition_variable>
-#include <mutex>
 #include <thread>
+#include <vector>
 
-#include "ff_posix.h"
+#include "backoff_watch.h"
 
 using namespace FF_2_13;
 
@@ -102,22 +101,8 @@ TEST(EventGeneratorImpl, RemovesOneRegistrationOfADuplicate) {
     EXPECT_FALSE(impl->addHandler(&handler));  // a disconnected generator refuses
 }
 
-namespace {
-std::mutex g_backoffMutex;
-std::condition_variable g_backoffChanged;
-int g_backoffs = 0;
-void countBackoff() {
-    {
-        std::lock_guard<std::mutex> guard(g_backoffMutex);
-        ++g_backoffs;
-    }
-    g_backoffChanged.notify_all();
-    std::this_thread::yield();
-}
-}  // namespace
-
 TEST(CallbackAccessor, DestroyingACallbackWaitsForTheAccessorInUse) {
-    posix::setSpinBackoffHook(countBackoff);
+    fftest::BackoffWatch backoffs;
     CallbackHolder<IPing> holder;
     auto* ping = new SafePing;
     holder = ping;
@@ -131,16 +116,11 @@ TEST(CallbackAccessor, DestroyingACallbackWaitsForTheAccessorInUse) {
             delete ping;
             destroyed = true;
         });
-        {
-            // The destroyer backs off: it waits for this accessor.
-            std::unique_lock<std::mutex> guard(g_backoffMutex);
-            g_backoffChanged.wait(guard, [] { return g_backoffs > 0; });
-        }
+        backoffs.waitFor(1);  // the destroyer backs off: it waits for this accessor
         EXPECT_FALSE(destroyed);
         pingedBeforeDestruction = accessor->ping();
     }
     destroyer.join();
-    posix::setSpinBackoffHook(nullptr);
     EXPECT_EQ(1, pingedBeforeDestruction);
     EXPECT_EQ(nullptr, holder.get());
 }

@@ -4,13 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <condition_variable>
-#include <mutex>
 #include <stdexcept>
 #include <thread>
 
+#include "backoff_watch.h"
 #include "callback_doubles.h"
-#include "ff_posix.h"
 
 using namespace FF_2_13;
 
@@ -69,24 +67,9 @@ TEST(Metadata, RegisteringOneCallbackKeepsTheOthersOfTheClient) {
     EXPECT_EQ(nullptr, metadata->getCallbacks("d").searchStarted.get());
 }
 
-namespace {
-std::mutex g_mutex;
-std::condition_variable g_changed;
-int g_backoffs = 0;
-void countBackoff() {
-    {
-        std::lock_guard<std::mutex> guard(g_mutex);
-        ++g_backoffs;
-    }
-    g_changed.notify_all();
-    std::this_thread::yield();
-}
-}  // namespace
-
 TEST(Metadata, AWriterWaitsForALiveKeyIterator) {
     ObjectPtr<IMetadata> metadata(new Metadata);
-    posix::setSpinBackoffHook(countBackoff);
-    g_backoffs = 0;
+    fftest::BackoffWatch backoffs;
     std::atomic<bool> written{false};
     std::thread writer;
     {
@@ -95,11 +78,9 @@ TEST(Metadata, AWriterWaitsForALiveKeyIterator) {
             metadata->setArchiveDir("/archive");
             written = true;
         });
-        std::unique_lock<std::mutex> guard(g_mutex);
-        g_changed.wait(guard, [] { return g_backoffs > 0; });  // the writer is waiting
+        backoffs.waitFor(1);  // the writer is waiting
         EXPECT_FALSE(written);
     }
     writer.join();
-    posix::setSpinBackoffHook(nullptr);
     EXPECT_EQ("/archive", metadata->getArchiveDir());
 }
