@@ -100,16 +100,13 @@ TEST(SearchStepsConfigurator, AllFilesHasNoMaskAndSaysSo) {
 }
 
 TEST(Dump, NamesEachStepAndNothingElse) {
-    const std::pair<search_step_t, const char*> names[] = {
-        {ssArchiveSearchDirs, "ssArchiveSearchDirs"},
-        {ssHighPrioritySearchDirs, "ssHighPrioritySearchDirs"},
-        {ssAbsoluteNameLookup, "ssAbsoluteNameLookup"},
-        {ssAroundBinaryLookup, "ssAroundBinaryLookup"},
-        {ssLowPrioritySearchDirs, "ssLowPrioritySearchDirs"},
-        {ssSystemDirs, "ssSystemDirs"},
-        {ssAskUser, "ssAskUser"},
-        {ssCacheSearchDir, "ssCacheSearchDir"}};
-    for (const auto& name : names) EXPECT_EQ(name.second, dump(name.first));
+    std::string names;
+    for (unsigned step = 1; step <= 128; step <<= 1)
+        names += dump(static_cast<search_step_t>(step)) + " ";
+    EXPECT_EQ(
+        "ssArchiveSearchDirs ssHighPrioritySearchDirs ssAbsoluteNameLookup ssAroundBinaryLookup "
+        "ssLowPrioritySearchDirs ssSystemDirs ssAskUser ssCacheSearchDir ",
+        names);
     for (unsigned value : {0u, 3u, 256u, 0xFFFFFFFFu})
         EXPECT_EQ("Unknown search step", dump(static_cast<search_step_t>(value)));
 }
