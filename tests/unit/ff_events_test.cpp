@@ -57,32 +57,24 @@ TEST(CallbackHolder, ForgetsADestroyedCallbackAndKeepsItsLock) {
     EXPECT_FALSE(CallbackAccessor<IPing>(holder));
 }
 
-TEST(CallbackHolder, EveryHolderAndCopyOfADeadCallbackIsNulled) {
-    CallbackHolder<IPing> a, b;
+TEST(CallbackHolder, EveryHolderAndCopyOfADeadCallbackIsNulledButAReassignedOneIsNot) {
+    Ping second;
+    CallbackHolder<IPing> a, b, reassigned;
     {
         Ping ping;
         a = &ping;
         b = a;  // copy registers too
         CallbackHolder<IPing> c(b);
         EXPECT_EQ(&ping, c.get());
+        reassigned = &ping;
+        reassigned = &second;
+        // A holder that dies first unregisters: the generator must not call it later.
+        CallbackHolder<IPing> shortLived(&ping);
     }
     EXPECT_EQ(nullptr, a.get());
     EXPECT_EQ(nullptr, b.get());
-    CallbackHolder<IPing> copy(a);
-    EXPECT_EQ(nullptr, copy.get());
-}
-
-TEST(CallbackHolder, ReassignedOrDeadHoldersIgnoreTheDeathOfACallback) {
-    Ping second;
-    CallbackHolder<IPing> holder;
-    {
-        Ping first;
-        holder = &first;
-        holder = &second;
-        // A holder that dies first unregisters: the generator must not call it later.
-        CallbackHolder<IPing> shortLived(&first);
-    }
-    EXPECT_EQ(&second, holder.get());
+    EXPECT_EQ(nullptr, CallbackHolder<IPing>(a).get());
+    EXPECT_EQ(&second, reassigned.get());
 }
 
 TEST(EventGeneratorImpl, RemovesOneRegistrationOfADuplicate) {
