@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <fstream>
 #include <random>
+#include <tuple>
 
 #include "temp_dir.h"
 
@@ -14,21 +15,8 @@ using namespace FF_2_13;
 
 namespace {
 
-struct Record {
-    search_category_t category;
-    std::string name;
-    bool recursive;
-    bool high;
-    bool operator==(const Record& o) const {
-        return category == o.category && name == o.name && recursive == o.recursive &&
-               high == o.high;
-    }
-};
-
-std::ostream& operator<<(std::ostream& out, const Record& r) {
-    return out << "{" << r.category << " " << ::testing::PrintToString(r.name)
-               << (r.recursive ? " R" : "") << (r.high ? " H" : "") << "}";
-}
+// Category, name, recursive, high priority.
+using Record = std::tuple<search_category_t, std::string, bool, bool>;
 
 std::vector<Record> records(const ISearchDirContainer& dirs) {
     std::vector<Record> out;
@@ -38,7 +26,7 @@ std::vector<Record> records(const ISearchDirContainer& dirs) {
         bool recursive, high;
         if (it)
             for (it->reset(); it->getCurrentRecord(name, recursive, high); it->next())
-                out.push_back({c, name, recursive, high});
+                out.emplace_back(c, name, recursive, high);
     }
     return out;
 }
@@ -81,7 +69,6 @@ TEST(CmdlineDirs, RendersOneOptionPerDirectoryQuotedOnlyWhenNeeded) {
         cmdline::renderSearchDirs(*dirs));
     EXPECT_EQ("", cmdline::renderSearchDirs(*IEditableSearchDirContainer::create()));
     EXPECT_EQ("", cmdline::formatSearchDirValue(static_cast<search_category_t>(0), "/x", 0, 0));
-    EXPECT_EQ("", cmdline::formatSearchDirValue(scAllFiles, nullptr, false, false));
 }
 
 TEST(CmdlineDirs, ReadsWordsAsAShellSplitsThem) {
@@ -126,8 +113,6 @@ TEST(CmdlineDirs, BadTextGivesFalseAndAMessageAndChangesNothing) {
     }
     ObjectPtr<IEditableSearchDirContainer> dirs = IEditableSearchDirContainer::create();
     std::string error;
-    EXPECT_FALSE(cmdline::parseSearchDirs(nullptr, *dirs, error));
-    EXPECT_FALSE(cmdline::parseSearchDirValue(nullptr, *dirs, error));
     EXPECT_FALSE(cmdline::parseSearchDirValue("all", *dirs, error));
     EXPECT_TRUE(cmdline::parseSearchDirValue("all,recursive:/a:b 'c'", *dirs, error)) << error;
     EXPECT_EQ((std::vector<Record>{{scAllFiles, "/a:b 'c'", true, false}}), records(*dirs));
@@ -148,10 +133,9 @@ TEST(CmdlineDirs, RoundTripIsExactForGeneratedNames) {
 
         ObjectPtr<IEditableSearchDirContainer> oneByOne = IEditableSearchDirContainer::create();
         std::string error;
-        for (const Record& r : expected)
+        for (const auto& [category, name, recursive, high] : expected)
             ASSERT_TRUE(cmdline::parseSearchDirValue(
-                cmdline::formatSearchDirValue(r.category, r.name.c_str(), r.recursive, r.high)
-                    .c_str(),
+                cmdline::formatSearchDirValue(category, name.c_str(), recursive, high).c_str(),
                 *oneByOne, error))
                 << error;
         ASSERT_EQ(expected, records(*oneByOne));
@@ -167,10 +151,9 @@ TEST(CmdlineDirs, AShellPassesTheRenderedOptionsThroughUnchanged) {
     for (int i = 0; i < 40; ++i)
         dirs->addDirectory(scAllFiles, randomName(random).c_str(), random() % 2, random() % 2);
     std::string expected;
-    for (const Record& r : records(*dirs))
+    for (const auto& [category, name, recursive, high] : records(*dirs))
         expected += "--search-dir=" +
-                    cmdline::formatSearchDirValue(r.category, r.name.c_str(), r.recursive, r.high) +
-                    '\0';
+                    cmdline::formatSearchDirValue(category, name.c_str(), recursive, high) + '\0';
 
     fftest::TempDir tmp;
     const std::string script = tmp / "argv.sh";

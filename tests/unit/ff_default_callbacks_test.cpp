@@ -199,33 +199,32 @@ TEST_F(DefaultCallbacks, FilesFoundRemembersTheOwnChoiceElseTheNextValidFileFrom
     }
 }
 
-TEST_F(DefaultCallbacks, NoFilesFoundRemembersOnlyFromBehaviourTwo) {
+// From behaviour 2 on, the result is remembered in the request's own category; a failed
+// search as an empty name, which a later search-started suggests as it is.
+TEST_F(DefaultCallbacks, NoFilesFoundRemembersOnlyFromBehaviourTwoAndAFailureAsEmpty) {
+    started->setBehavior(ssbSuggestRememberedAndSearch);
     OwnNoFiles own;
-    notFound->setOwnCallback(&own);
     own.supplied = validFile("/picked/lib");
     for (const Request& r : kRequests) {
-        for (int behaviour : {0, 1}) {
-            notFound->setBehavior(static_cast<no_files_found_behavior_t>(behaviour));
-            EXPECT_EQ(own.supplied, noFilesFound(r));
-            EXPECT_EQ("<none>", remembered(*history, r));
-        }
-        notFound->setBehavior(nfbRememberResultOrFailure);
-        EXPECT_EQ(own.supplied, noFilesFound(r));
-        EXPECT_EQ("/picked/lib", remembered(*history, r));
-    }
-}
-
-TEST_F(DefaultCallbacks, AFailedSearchIsRememberedAsAnEmptyNameAndSuggestedSo) {
-    notFound->setBehavior(nfbRememberResultOrFailure);
-    started->setBehavior(ssbSuggestRememberedAndSearch);
-    for (const Request& r : kRequests) {
+        SCOPED_TRACE(testing::Message() << "kind " << r.kind);
         history->clear(scAllFiles);
+        notFound->setOwnCallback(nullptr);
+        notFound->setBehavior(nfbRememberResultOrFailure);
         EXPECT_FALSE(noFilesFound(r));
-        // Only the request's own category remembers it.
         for (const Request& other : kRequests)
             EXPECT_EQ(other.kind == r.kind ? "" : "<none>", remembered(*history, other));
         StringContainer strings;
         EXPECT_TRUE(searchStarted(r, strings));
         EXPECT_EQ(std::deque<std::string>{""}, strings.m_list);
+
+        notFound->setOwnCallback(&own);
+        for (int behaviour : {0, 1}) {
+            notFound->setBehavior(static_cast<no_files_found_behavior_t>(behaviour));
+            EXPECT_EQ(own.supplied, noFilesFound(r));
+            EXPECT_EQ("", remembered(*history, r));
+        }
+        notFound->setBehavior(nfbRememberResultOrFailure);
+        EXPECT_EQ(own.supplied, noFilesFound(r));
+        EXPECT_EQ("/picked/lib", remembered(*history, r));
     }
 }

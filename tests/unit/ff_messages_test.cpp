@@ -14,33 +14,30 @@ namespace {
 // for a kind that filled nothing. Checks that fillMessage's answer matches the container.
 std::vector<std::string> allTexts(IMessageMgr& mgr, const char* arg) {
     std::vector<std::string> texts;
-    auto add = [&texts](unsigned int filled, MsgContainer& out) {
+    auto add = [&](auto message) {
+        MsgContainer out;
+        const unsigned int filled = message->fillMessage(out, arg);
         EXPECT_EQ(filled != 0, out.get() != nullptr);
         texts.push_back(out.get() ? out.get() : "");
     };
-#define FF_FILL(Kind)                                              \
-    {                                                              \
-        MsgContainer out;                                          \
-        add(mgr.get##Kind##Message()->fillMessage(out, arg), out); \
-    }
-    FF_FILL(BinChecksumMismatch)
-    FF_FILL(SymChecksumMismatch)
-    FF_FILL(SrcChecksumMismatch)
-    FF_FILL(ModificationTimeMismatch)
-    FF_FILL(SizeMismatch)
-    FF_FILL(SourceFileUpToDate) {
-        MsgContainer out;
-        add(mgr.getFileIsDirectoryMessage()->fillMessage(out), out);
-    }
-    FF_FILL(FileIsNotReadable)
-    FF_FILL(FileDoesNotExist)
-    FF_FILL(InvalidSymbolFile)
-    FF_FILL(FileArchMismatch)
-    FF_FILL(FileIsNotABinaryModule)
-    FF_FILL(BinFileReadingError)
-    FF_FILL(BinFileUnsupportedFormat)
-    FF_FILL(FileIsNotRegular)
-#undef FF_FILL
+    add(mgr.getBinChecksumMismatchMessage());
+    add(mgr.getSymChecksumMismatchMessage());
+    add(mgr.getSrcChecksumMismatchMessage());
+    add(mgr.getModificationTimeMismatchMessage());
+    add(mgr.getSizeMismatchMessage());
+    add(mgr.getSourceFileUpToDateMessage());
+    MsgContainer directory;  // the one kind without an argument
+    const unsigned int filled = mgr.getFileIsDirectoryMessage()->fillMessage(directory);
+    EXPECT_EQ(filled != 0, directory.get() != nullptr);
+    texts.push_back(directory.get() ? directory.get() : "");
+    add(mgr.getFileIsNotReadableMessage());
+    add(mgr.getFileDoesNotExistMessage());
+    add(mgr.getInvalidSymbolFileMessage());
+    add(mgr.getFileArchMismatchMessage());
+    add(mgr.getFileIsNotABinaryModuleMessage());
+    add(mgr.getBinFileReadingErrorMessage());
+    add(mgr.getBinFileUnsupportedFormatMessage());
+    add(mgr.getFileIsNotRegularMessage());
     return texts;
 }
 

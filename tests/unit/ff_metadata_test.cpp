@@ -4,13 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <condition_variable>
-#include <mutex>
 #include <stdexcept>
 #include <thread>
 
+#include "backoff_watch.h"
 #include "callback_doubles.h"
-#include "ff_posix.h"
 
 using namespace FF_2_13;
 
@@ -34,6 +32,9 @@ std::vector<std::string> keysOf(IMetadata& metadata) {
 
 TEST(Metadata, KeysAreExactByteStringsInByteOrder) {
     ObjectPtr<IMetadata> metadata(new Metadata);
+    EXPECT_TRUE(keysOf(*metadata).empty());
+    EXPECT_THROW(metadata->getSearchDirs(nullptr), std::logic_error);
+    EXPECT_THROW(metadata->registerMessenger(nullptr, nullptr), std::logic_error);
     ObjectPtr<ISearchDirContainer> a = IEditableSearchDirContainer::create();
     ObjectPtr<ISearchDirContainer> b = IEditableSearchDirContainer::create();
     for (const char* key : {"abc", "ab", "Abc", "a", "B"}) metadata->setSearchDirs(a, key);
@@ -47,17 +48,6 @@ TEST(Metadata, KeysAreExactByteStringsInByteOrder) {
     metadata->setSearchDirs(ObjectPtr<ISearchDirContainer>(), "abc");
     EXPECT_FALSE(metadata->getSearchDirs("abc"));
     EXPECT_EQ(5u, keysOf(*metadata).size());
-}
-
-TEST(Metadata, EmptyKeyIteratorAnswersFalseAtOnceAndNullKeysThrow) {
-    ObjectPtr<IMetadata> metadata(new Metadata);
-    ObjectPtr<ISearchDirKeyIterator> it = metadata->searchDirsKeyIterator();
-    const char* key = nullptr;
-    ObjectPtr<ISearchDirContainer> dirs;
-    EXPECT_FALSE(it->getCurrentRecord(key, dirs));
-    EXPECT_FALSE(it->next());
-    EXPECT_THROW(metadata->getSearchDirs(nullptr), std::logic_error);
-    EXPECT_THROW(metadata->registerMessenger(nullptr, nullptr), std::logic_error);
 }
 
 TEST(Metadata, RegisteringOneCallbackKeepsTheOthersOfTheClient) {
@@ -77,24 +67,9 @@ TEST(Metadata, RegisteringOneCallbackKeepsTheOthersOfTheClient) {
     EXPECT_EQ(nullptr, metadata->getCallbacks("d").searchStarted.get());
 }
 
-namespace {
-std::mutex g_mutex;
-std::condition_variable g_changed;
-int g_backoffs = 0;
-void countBackoff() {
-    {
-        std::lock_guard<std::mutex> guard(g_mutex);
-        ++g_backoffs;
-    }
-    g_changed.notify_all();
-    std::this_thread::yield();
-}
-}  // namespace
-
 TEST(Metadata, AWriterWaitsForALiveKeyIterator) {
     ObjectPtr<IMetadata> metadata(new Metadata);
-    posix::setSpinBackoffHook(countBackoff);
-    g_backoffs = 0;
+    fftest::BackoffWatch backoffs;
     std::atomic<bool> written{false};
     std::thread writer;
     {
@@ -103,11 +78,9 @@ TEST(Metadata, AWriterWaitsForALiveKeyIterator) {
             metadata->setArchiveDir("/archive");
             written = true;
         });
-        std::unique_lock<std::mutex> guard(g_mutex);
-        g_changed.wait(guard, [] { return g_backoffs > 0; });  // the writer is waiting
+        backoffs.waitFor(1);  // the writer is waiting
         EXPECT_FALSE(written);
     }
     writer.join();
-    posix::setSpinBackoffHook(nullptr);
     EXPECT_EQ("/archive", metadata->getArchiveDir());
 }

@@ -13,6 +13,7 @@
 #include <fstream>
 #include <sstream>
 #include <thread>
+#include <tuple>
 
 #include "log_capture.h"
 #include "tarnbase2/config_storage.h"
@@ -23,21 +24,8 @@ using namespace FF_2_13;
 
 namespace {
 
-struct Record {
-    search_category_t category;
-    std::string name;
-    bool recursive;
-    bool high;
-    bool operator==(const Record& o) const {
-        return category == o.category && name == o.name && recursive == o.recursive &&
-               high == o.high;
-    }
-};
-
-std::ostream& operator<<(std::ostream& out, const Record& r) {
-    return out << "{" << r.category << " " << r.name << (r.recursive ? " R" : "")
-               << (r.high ? " H" : "") << "}";
-}
+// Category, name, recursive, high priority.
+using Record = std::tuple<search_category_t, std::string, bool, bool>;
 
 std::vector<Record> records(const ObjectPtr<ISearchDirContainer>& dirs) {
     std::vector<Record> out;
@@ -47,9 +35,13 @@ std::vector<Record> records(const ObjectPtr<ISearchDirContainer>& dirs) {
         bool recursive, high;
         if (it)
             for (it->reset(); it->getCurrentRecord(name, recursive, high); it->next())
-                out.push_back({c, name, recursive, high});
+                out.emplace_back(c, name, recursive, high);
     }
     return out;
+}
+
+ObjectPtr<IPersistentSearchDirContainer> openDirs(const std::string& file) {
+    return IPersistentSearchDirContainer::create(file.c_str());
 }
 
 std::string readText(const std::string& name) {
@@ -60,9 +52,8 @@ std::string readText(const std::string& name) {
 }
 
 size_t entryCount(const std::string& dir) {
-    size_t n = 0;
-    for (boost::filesystem::directory_iterator it(dir), end; it != end; ++it) ++n;
-    return n;
+    return std::distance(boost::filesystem::directory_iterator(dir),
+                         boost::filesystem::directory_iterator());
 }
 
 std::string entry(const std::string& category, const std::string& name, const char* recursive,
@@ -85,18 +76,17 @@ TEST(PersistentSearchDirs, RoundTripsEveryNameAndFlagThroughTheFile) {
         {scAllFiles, "relative/dir", true, false},
     };
     {
-        ObjectPtr<IPersistentSearchDirContainer> dirs =
-            IPersistentSearchDirContainer::create(file.c_str());
+        ObjectPtr<IPersistentSearchDirContainer> dirs = openDirs(file);
         ASSERT_TRUE(dirs);
         EXPECT_STREQ(file.c_str(), dirs->storageFile());
-        for (const Record& r : expected)
-            dirs->addDirectory(r.category, r.name.c_str(), r.recursive, r.high);
+        for (const auto& [category, name, recursive, high] : expected)
+            dirs->addDirectory(category, name.c_str(), recursive, high);
         dirs->addDirectory(scBinaryFiles, "/opt/app/bin/", false, true);  // widens a flag
         EXPECT_TRUE(dirs->isSaved());
     }
     std::vector<Record> withFlag = expected;
-    withFlag[0].high = true;
-    EXPECT_EQ(withFlag, records(IPersistentSearchDirContainer::create(file.c_str())));
+    std::get<3>(withFlag[0]) = true;
+    EXPECT_EQ(withFlag, records(openDirs(file)));
 
     // The stored form, as the host's storage reads it back.
     tarnbase2::ConfigStorage storage(file);
@@ -113,8 +103,7 @@ TEST(PersistentSearchDirs, RoundTripsEveryNameAndFlagThroughTheFile) {
 TEST(PersistentSearchDirs, MissingFileIsEmptyAndWrittenOnlyOnARealChange) {
     fftest::TempDir tmp;
     const std::string file = tmp / "dirs.json";
-    ObjectPtr<IPersistentSearchDirContainer> dirs =
-        IPersistentSearchDirContainer::create(file.c_str());
+    ObjectPtr<IPersistentSearchDirContainer> dirs = openDirs(file);
     EXPECT_TRUE(records(dirs).empty());
     EXPECT_TRUE(dirs->clear(scBinaryFiles));  // an empty list: nothing to write
     EXPECT_FALSE(boost::filesystem::exists(file));
@@ -128,24 +117,19 @@ TEST(PersistentSearchDirs, MissingFileIsEmptyAndWrittenOnlyOnARealChange) {
     EXPECT_FALSE(boost::filesystem::exists(file));
     EXPECT_TRUE(dirs->save());
     EXPECT_TRUE(boost::filesystem::exists(file));
-
-    EXPECT_FALSE(IPersistentSearchDirContainer::create(nullptr));
-    EXPECT_FALSE(IPersistentSearchDirContainer::create(""));
 }
 
 TEST(PersistentSearchDirs, HandlesOnOneFileShareTheirDirectories) {
     fftest::TempDir tmp;
-    ObjectPtr<IPersistentSearchDirContainer> a =
-        IPersistentSearchDirContainer::create((tmp / "dirs.json").c_str());
-    ObjectPtr<IPersistentSearchDirContainer> b =
-        IPersistentSearchDirContainer::create((tmp.path() + "/./dirs.json").c_str());
+    ObjectPtr<IPersistentSearchDirContainer> a = openDirs(tmp / "dirs.json");
+    ObjectPtr<IPersistentSearchDirContainer> b = openDirs(tmp.path() + "/./dirs.json");
     a->addDirectory(scSymbolFiles, "/a", false, false);
     b->addDirectory(scSymbolFiles, "/b", false, false);
     std::vector<Record> both = {{scSymbolFiles, "/a", false, false},
                                 {scSymbolFiles, "/b", false, false}};
     EXPECT_EQ(both, records(a));
     a = b = ObjectPtr<IPersistentSearchDirContainer>();
-    EXPECT_EQ(both, records(IPersistentSearchDirContainer::create((tmp / "dirs.json").c_str())));
+    EXPECT_EQ(both, records(openDirs(tmp / "dirs.json")));
 }
 
 TEST(PersistentSearchDirs, DamagedEntriesAreLoggedSkippedAndKeptInTheOldFile) {
@@ -165,8 +149,7 @@ TEST(PersistentSearchDirs, DamagedEntriesAreLoggedSkippedAndKeptInTheOldFile) {
     const std::string file = tmp.makeFile("dirs.json", content);
 
     fftest::LogCapture log(log4cplus::ERROR_LOG_LEVEL);
-    ObjectPtr<IPersistentSearchDirContainer> dirs =
-        IPersistentSearchDirContainer::create(file.c_str());
+    ObjectPtr<IPersistentSearchDirContainer> dirs = openDirs(file);
     EXPECT_EQ((std::vector<Record>{{scSymbolFiles, "/good", true, true},
                                    {scSourceFiles, "/also good", false, false}}),
               records(dirs));
@@ -186,20 +169,19 @@ TEST(PersistentSearchDirs, DamagedEntriesAreLoggedSkippedAndKeptInTheOldFile) {
     EXPECT_EQ((std::vector<Record>{{scBinaryFiles, "/new", false, false},
                                    {scSymbolFiles, "/good", true, true},
                                    {scSourceFiles, "/also good", false, false}}),
-              records(IPersistentSearchDirContainer::create(file.c_str())));
+              records(openDirs(file)));
     EXPECT_TRUE(log.lines().empty());
     EXPECT_NE(std::string::npos, readText(file).find("\"other\": 1"));
 }
 
 TEST(PersistentSearchDirs, UnparsableFileLoadsNothingAndIsKeptOnTheNextChange) {
     fftest::TempDir tmp;
-    for (const std::string& content : {std::string("{\"searchDirs\": [{\"searchCat"),
-                                       std::string("{\"searchDirs\": {\"a\": 1}}"),
-                                       std::string("[1, 2]"), std::string("\xff\xfe garbage")}) {
+    // Not JSON at all (the storage's reading), and a property that is not a list (ours).
+    for (const std::string content :
+         {"{\"searchDirs\": [{\"searchCat", "{\"searchDirs\": {\"a\": 1}}"}) {
         const std::string file = tmp.makeFile("dirs.json", content);
         fftest::LogCapture log(log4cplus::ERROR_LOG_LEVEL);
-        ObjectPtr<IPersistentSearchDirContainer> dirs =
-            IPersistentSearchDirContainer::create(file.c_str());
+        ObjectPtr<IPersistentSearchDirContainer> dirs = openDirs(file);
         EXPECT_TRUE(records(dirs).empty());
         EXPECT_EQ(1u, log.count("Search directories not loaded: ")) << content;
         EXPECT_EQ(content, readText(file));
@@ -209,54 +191,37 @@ TEST(PersistentSearchDirs, UnparsableFileLoadsNothingAndIsKeptOnTheNextChange) {
     }
 }
 
-TEST(PersistentSearchDirs, FailedWriteInAReadOnlyDirectoryKeepsTheOldFile) {
+TEST(PersistentSearchDirs, FailedWritesKeepTheOldFileNoTemporaryAndTheChangeInMemory) {
     fftest::TempDir tmp;
-    const std::string dir = tmp.makeDir("ro");
-    const std::string file = dir + "/dirs.json";
-    IPersistentSearchDirContainer::create(file.c_str())
-        ->addDirectory(scBinaryFiles, "/old", true, false);
-    const std::string before = readText(file);
+    const std::string readOnly = tmp.makeDir("ro"), full = tmp.makeDir("full");
+    for (const std::string& dir : {readOnly, full})
+        openDirs(dir + "/dirs.json")->addDirectory(scBinaryFiles, "/old", true, false);
+    const std::string before = readText(full + "/dirs.json");
     fftest::openToEveryone(tmp.path());
-    ::chmod(dir.c_str(), 0555);
+    ::chmod(readOnly.c_str(), 0555);
+    ::chmod(full.c_str(), 0777);
 
-    // As an ordinary user, the directory refuses the temporary file.
-    int status = fftest::runUnprivileged([&] {
-        ObjectPtr<IPersistentSearchDirContainer> dirs =
-            IPersistentSearchDirContainer::create(file.c_str());
-        if (records(dirs).size() != 1) return false;
-        dirs->addDirectory(scBinaryFiles, "/new", false, false);
-        // The change stays in memory, unsaved.
-        return !dirs->isSaved() && records(dirs).size() == 2 && !dirs->save();
-    });
-    EXPECT_EQ(0, status);
-    EXPECT_EQ(before, readText(file));
-    EXPECT_EQ(1u, entryCount(dir));
-}
-
-TEST(PersistentSearchDirs, WriteCutShortByAFullDiskKeepsTheOldFileAndNoTemporary) {
-    fftest::TempDir tmp;
-    const std::string file = tmp / "dirs.json";
-    IPersistentSearchDirContainer::create(file.c_str())
-        ->addDirectory(scBinaryFiles, "/old", true, false);
-    const std::string before = readText(file);
-    fftest::openToEveryone(tmp.path());
-    ::chmod(tmp.path().c_str(), 0777);
-
-    int status = fftest::runUnprivileged([&] {
-        // Files may grow to 64 bytes: the new document does not fit.
-        ::signal(SIGXFSZ, SIG_IGN);
-        struct rlimit limit = {64, 64};
-        if (::setrlimit(RLIMIT_FSIZE, &limit) != 0) return false;
-        fftest::LogCapture log(log4cplus::ERROR_LOG_LEVEL);
-        ObjectPtr<IPersistentSearchDirContainer> dirs =
-            IPersistentSearchDirContainer::create(file.c_str());
-        dirs->addDirectory(scSymbolFiles, "/a/rather/long/directory/name/that/does/not/fit", false,
-                           false);
-        return !dirs->isSaved() && log.contains(std::strerror(EFBIG));
-    });
-    EXPECT_EQ(0, status);
-    EXPECT_EQ(before, readText(file));
-    EXPECT_EQ(1u, entryCount(tmp.path()));
+    EXPECT_EQ(0, fftest::runUnprivileged([&] {
+                  // As an ordinary user the directory refuses the temporary file: the change stays
+                  // in memory, unsaved, and save() fails again.
+                  ObjectPtr<IPersistentSearchDirContainer> dirs = openDirs(readOnly + "/dirs.json");
+                  dirs->addDirectory(scBinaryFiles, "/new", false, false);
+                  if (dirs->isSaved() || records(dirs).size() != 2 || dirs->save()) return false;
+                  // Files may grow to 64 bytes: the new document does not fit.
+                  ::signal(SIGXFSZ, SIG_IGN);
+                  const struct rlimit limit = {64, 64};
+                  if (::setrlimit(RLIMIT_FSIZE, &limit) != 0) return false;
+                  fftest::LogCapture log(log4cplus::ERROR_LOG_LEVEL);
+                  ObjectPtr<IPersistentSearchDirContainer> cut = openDirs(full + "/dirs.json");
+                  cut->addDirectory(scSymbolFiles,
+                                    "/a/rather/long/directory/name/that/does/not/fit", false,
+                                    false);
+                  return !cut->isSaved() && log.contains(std::strerror(EFBIG));
+              }));
+    for (const std::string& dir : {readOnly, full}) {
+        EXPECT_EQ(before, readText(dir + "/dirs.json")) << dir;
+        EXPECT_EQ(1u, entryCount(dir)) << dir;
+    }
 }
 
 TEST(PersistentSearchDirs, ConcurrentWritersAreSerialisedAndAllLand) {
@@ -266,8 +231,7 @@ TEST(PersistentSearchDirs, ConcurrentWritersAreSerialisedAndAllLand) {
     for (int t = 0; t < 4; ++t)
         threads.emplace_back([&file, t] {
             // Each thread on a handle of its own, as independent parts of a host would.
-            ObjectPtr<IPersistentSearchDirContainer> dirs =
-                IPersistentSearchDirContainer::create(file.c_str());
+            ObjectPtr<IPersistentSearchDirContainer> dirs = openDirs(file);
             for (int i = 0; i < 25; ++i) {
                 std::string name = "/t" + std::to_string(t) + "/d" + std::to_string(i);
                 dirs->addDirectory(scSourceFiles, name.c_str(), i % 2 == 0, false);
@@ -275,6 +239,6 @@ TEST(PersistentSearchDirs, ConcurrentWritersAreSerialisedAndAllLand) {
             }
         });
     for (std::thread& t : threads) t.join();
-    EXPECT_EQ(100u, records(IPersistentSearchDirContainer::create(file.c_str())).size());
+    EXPECT_EQ(100u, records(openDirs(file)).size());
     EXPECT_EQ(1u, entryCount(tmp.path()));
 }

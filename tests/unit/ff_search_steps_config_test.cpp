@@ -31,13 +31,16 @@ bool hasErrorLine(const fftest::LogCapture& log, const std::string& text) {
 
 }  // namespace
 
-TEST(SearchStepsConfigurator, DefaultsWalkTheSixStepsForEveryCategory) {
+TEST(SearchStepsConfigurator, DefaultsWalkTheSixStepsAndIteratorsAreSnapshots) {
     ObjectPtr<ISearchStepsConfigurator> steps = ISearchStepsConfigurator::create();
     for (search_category_t c : {scBinaryFiles, scSymbolFiles, scSourceFiles})
         EXPECT_EQ(kDefaultWalk, walk(steps->getSearchStepsIterator(c, 0))) << c;
-    auto* impl = dynamic_cast<DefaultSearchStepsConfigurator*>(steps.get());
-    ASSERT_NE(nullptr, impl);
-    EXPECT_EQ(63u, impl->getSearchStepsMask(scSymbolFiles));
+    EXPECT_EQ(63u, dynamic_cast<DefaultSearchStepsConfigurator&>(*steps).getSearchStepsMask(
+                       scSymbolFiles));
+    ObjectPtr<ISearchStepsIterator> before = steps->getSearchStepsIterator(scSourceFiles, 0);
+    steps->setStep(static_cast<search_step_t>(63), scSourceFiles, false);
+    EXPECT_EQ(kDefaultWalk, walk(before));
+    EXPECT_TRUE(walk(steps->getSearchStepsIterator(scSourceFiles, 0)).empty());
 }
 
 TEST(SearchStepsConfigurator, CacheStepGoesThirdForItsCategoryOnly) {
@@ -67,6 +70,18 @@ TEST(SearchStepsConfigurator, StepValueIsARawMaskAndHighBitsAreIgnored) {
         (std::vector<search_step_t>{ssHighPrioritySearchDirs, ssCacheSearchDir, ssSystemDirs}),
         walk(steps.getSearchStepsIterator(2 | 128 | 256 | 1024 | 32)));
     EXPECT_TRUE(walk(steps.getSearchStepsIterator(0)).empty());
+
+    // Past the last step: next() and current() answer false, and current() leaves its
+    // argument alone.
+    ObjectPtr<ISearchStepsIterator> it = steps.getSearchStepsIterator(ssSystemDirs);
+    search_step_t step = ssAskUser;
+    ASSERT_TRUE(it->current(step));
+    EXPECT_EQ(ssSystemDirs, step);
+    EXPECT_FALSE(it->next());
+    step = ssAskUser;
+    EXPECT_FALSE(it->current(step));
+    EXPECT_EQ(ssAskUser, step);
+    EXPECT_FALSE(it->next());
 }
 
 TEST(SearchStepsConfigurator, AllFilesHasNoMaskAndSaysSo) {
@@ -84,41 +99,14 @@ TEST(SearchStepsConfigurator, AllFilesHasNoMaskAndSaysSo) {
         EXPECT_EQ(kDefaultWalk, walk(steps->getSearchStepsIterator(c, 0)));
 }
 
-TEST(SearchStepsIterator, NextOntoTheEndIsFalseAndCurrentThenLeavesTheStep) {
-    DefaultSearchStepsIterator it(ssSystemDirs | ssLowPrioritySearchDirs);
-    it.addRef();
-    search_step_t step = ssAskUser;
-    ASSERT_TRUE(it.current(step));
-    EXPECT_EQ(ssLowPrioritySearchDirs, step);
-    EXPECT_TRUE(it.next());
-    ASSERT_TRUE(it.current(step));
-    EXPECT_EQ(ssSystemDirs, step);
-    EXPECT_FALSE(it.next());
-    step = ssAskUser;
-    EXPECT_FALSE(it.current(step));
-    EXPECT_EQ(ssAskUser, step);
-    EXPECT_FALSE(it.next());
-}
-
-TEST(SearchStepsIterator, IsASnapshotOfTheMask) {
-    ObjectPtr<ISearchStepsConfigurator> steps = ISearchStepsConfigurator::create();
-    ObjectPtr<ISearchStepsIterator> before = steps->getSearchStepsIterator(scSourceFiles, 0);
-    steps->setStep(static_cast<search_step_t>(63), scSourceFiles, false);
-    EXPECT_EQ(kDefaultWalk, walk(before));
-    EXPECT_TRUE(walk(steps->getSearchStepsIterator(scSourceFiles, 0)).empty());
-}
-
 TEST(Dump, NamesEachStepAndNothingElse) {
-    const std::pair<search_step_t, const char*> names[] = {
-        {ssArchiveSearchDirs, "ssArchiveSearchDirs"},
-        {ssHighPrioritySearchDirs, "ssHighPrioritySearchDirs"},
-        {ssAbsoluteNameLookup, "ssAbsoluteNameLookup"},
-        {ssAroundBinaryLookup, "ssAroundBinaryLookup"},
-        {ssLowPrioritySearchDirs, "ssLowPrioritySearchDirs"},
-        {ssSystemDirs, "ssSystemDirs"},
-        {ssAskUser, "ssAskUser"},
-        {ssCacheSearchDir, "ssCacheSearchDir"}};
-    for (const auto& name : names) EXPECT_EQ(name.second, dump(name.first));
+    std::string names;
+    for (unsigned step = 1; step <= 128; step <<= 1)
+        names += dump(static_cast<search_step_t>(step)) + " ";
+    EXPECT_EQ(
+        "ssArchiveSearchDirs ssHighPrioritySearchDirs ssAbsoluteNameLookup ssAroundBinaryLookup "
+        "ssLowPrioritySearchDirs ssSystemDirs ssAskUser ssCacheSearchDir ",
+        names);
     for (unsigned value : {0u, 3u, 256u, 0xFFFFFFFFu})
         EXPECT_EQ("Unknown search step", dump(static_cast<search_step_t>(value)));
 }

@@ -6,61 +6,52 @@
 
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 using namespace FF_2_13;
 
 namespace {
 
-struct Record {
-    std::string name;
-    bool recursive;
-    bool high;
-    bool operator==(const Record& o) const {
-        return name == o.name && recursive == o.recursive && high == o.high;
-    }
-};
+// Name, recursive, high priority.
+using Record = std::tuple<std::string, bool, bool>;
+using Records = std::vector<Record>;
 
-std::ostream& operator<<(std::ostream& out, const Record& r) {
-    return out << "{" << r.name << (r.recursive ? " R" : "") << (r.high ? " H" : "") << "}";
-}
-
-std::vector<Record> records(const ObjectPtr<ISearchDirIterator>& it) {
-    std::vector<Record> out;
+Records records(const ObjectPtr<ISearchDirIterator>& it) {
+    Records out;
     const char* name;
     bool recursive, high;
     for (it->reset(); it->getCurrentRecord(name, recursive, high); it->next())
-        out.push_back({name, recursive, high});
+        out.emplace_back(name, recursive, high);
     return out;
 }
 
+Records binaries(const ISearchDirContainer& dirs) {
+    return records(dirs.enumerate(scBinaryFiles));
+}
+
 ObjectPtr<IEditableSearchDirContainer> containerOf(search_category_t category,
-                                                   const std::vector<Record>& dirs) {
+                                                   const Records& dirs) {
     ObjectPtr<IEditableSearchDirContainer> c = IEditableSearchDirContainer::create();
-    for (const Record& d : dirs) c->addDirectory(category, d.name.c_str(), d.recursive, d.high);
+    for (const auto& [name, recursive, high] : dirs)
+        c->addDirectory(category, name.c_str(), recursive, high);
     return c;
 }
 
 }  // namespace
 
-TEST(SearchDirContainer, RefusesCategoriesOutsideOneToFour) {
+TEST(SearchDirContainer, RefusesCategoriesOutsideOneToFourAndClearMakesAnEmptyList) {
     ObjectPtr<IEditableSearchDirContainer> dirs = IEditableSearchDirContainer::create();
     EXPECT_FALSE(dirs->addDirectory(static_cast<search_category_t>(0), "/x", false, false));
     EXPECT_FALSE(dirs->addDirectory(static_cast<search_category_t>(5), "/x", false, false));
     EXPECT_FALSE(dirs->clear(static_cast<search_category_t>(-1)));
     EXPECT_FALSE(dirs->enumerate(static_cast<search_category_t>(0)));
-    EXPECT_TRUE(dirs->addDirectory(scAllFiles, "/x", false, false));
-}
-
-TEST(SearchDirContainer, CategoryWithoutListGivesNullAndClearMakesAnEmptyOne) {
-    ObjectPtr<IEditableSearchDirContainer> dirs = IEditableSearchDirContainer::create();
-    EXPECT_FALSE(dirs->enumerate(scSymbolFiles));
+    EXPECT_FALSE(dirs->enumerate(scSymbolFiles));  // no list yet
     EXPECT_TRUE(dirs->clear(scSymbolFiles));
     ObjectPtr<ISearchDirIterator> it = dirs->enumerate(scSymbolFiles);
     ASSERT_TRUE(it);
     const char* name = "untouched";
     bool recursive = true, high = true;
-    it->reset();
     EXPECT_FALSE(it->getCurrentRecord(name, recursive, high));
     EXPECT_STREQ("untouched", name);
 }
@@ -73,25 +64,19 @@ TEST(SearchDirContainer, DuplicatesAfterCanonicalisationKeepFirstPlaceAndOrTheir
     EXPECT_TRUE(dirs->addDirectory(scBinaryFiles, "/a//.", false, false));
     EXPECT_TRUE(dirs->addDirectory(scBinaryFiles, "/opt//x", false, false));
     EXPECT_TRUE(dirs->addDirectory(scBinaryFiles, "/opt/x/", false, true));
-    EXPECT_EQ(
-        (std::vector<Record>{{"/a", true, true}, {"/b", false, false}, {"/opt//x", false, true}}),
-        records(dirs->enumerate(scBinaryFiles)));
-    // Each category is a list of its own.
-    EXPECT_FALSE(dirs->enumerate(scSourceFiles));
+    EXPECT_EQ((Records{{"/a", true, true}, {"/b", false, false}, {"/opt//x", false, true}}),
+              binaries(*dirs));
+    EXPECT_FALSE(dirs->enumerate(scSourceFiles));  // each category is a list of its own
+
+    // Clearing empties the index too; a null name is ignored, an empty one is stored.
+    dirs->clear(scBinaryFiles);
+    EXPECT_TRUE(dirs->addDirectory(scBinaryFiles, nullptr, true, true));
+    EXPECT_TRUE(dirs->addDirectory(scBinaryFiles, "", false, false));
+    dirs->addDirectory(scBinaryFiles, "/a/", false, false);  // no longer a duplicate
+    EXPECT_EQ((Records{{"", false, false}, {"/a/", false, false}}), binaries(*dirs));
 }
 
-TEST(SearchDirContainer, NullNameIsIgnoredEmptyNameIsStoredAndClearEmptiesTheIndex) {
-    ObjectPtr<IEditableSearchDirContainer> dirs =
-        containerOf(scSourceFiles, {{"/a", true, true}, {"/b", false, false}});
-    dirs->clear(scSourceFiles);
-    EXPECT_TRUE(dirs->addDirectory(scSourceFiles, nullptr, true, true));
-    EXPECT_TRUE(dirs->addDirectory(scSourceFiles, "", false, false));
-    dirs->addDirectory(scSourceFiles, "/a/", false, false);  // no longer a duplicate
-    EXPECT_EQ((std::vector<Record>{{"", false, false}, {"/a/", false, false}}),
-              records(dirs->enumerate(scSourceFiles)));
-}
-
-TEST(SearchDirIterator, IsASnapshotOfTheListWhenMade) {
+TEST(SearchDirIterator, IsASnapshotAndStaysAtTheEndOnceThere) {
     ObjectPtr<IEditableSearchDirContainer> dirs =
         containerOf(scBinaryFiles, {{"/a", false, false}});
     ObjectPtr<ISearchDirIterator> before = dirs->enumerate(scBinaryFiles);
@@ -99,24 +84,18 @@ TEST(SearchDirIterator, IsASnapshotOfTheListWhenMade) {
     dirs->addDirectory(scBinaryFiles, "/a", true, false);  // widens a flag: a change too
     ObjectPtr<ISearchDirIterator> after = dirs->enumerate(scBinaryFiles);
     dirs->clear(scBinaryFiles);
-    EXPECT_EQ((std::vector<Record>{{"/a", false, false}}), records(before));
-    EXPECT_EQ((std::vector<Record>{{"/a", true, false}, {"/b", false, false}}), records(after));
-}
+    EXPECT_EQ((Records{{"/a", false, false}}), records(before));
+    EXPECT_EQ((Records{{"/a", true, false}, {"/b", false, false}}), records(after));
 
-TEST(SearchDirIterator, NextOntoTheEndIsFalseAndStaysThere) {
-    ObjectPtr<ISearchDirIterator> it =
-        containerOf(scBinaryFiles, {{"/a", false, false}, {"/b", false, false}})
-            ->enumerate(scBinaryFiles);
     const char* name;
     bool recursive, high;
-    ASSERT_TRUE(it->getCurrentRecord(name, recursive, high));  // stands on the first
-    EXPECT_STREQ("/a", name);
-    EXPECT_TRUE(it->next());
-    EXPECT_FALSE(it->next());
-    EXPECT_FALSE(it->getCurrentRecord(name, recursive, high));
-    EXPECT_FALSE(it->next());
-    it->reset();
-    ASSERT_TRUE(it->getCurrentRecord(name, recursive, high));
+    after->reset();
+    EXPECT_TRUE(after->next());
+    EXPECT_FALSE(after->next());
+    EXPECT_FALSE(after->getCurrentRecord(name, recursive, high));
+    EXPECT_FALSE(after->next());
+    after->reset();
+    ASSERT_TRUE(after->getCurrentRecord(name, recursive, high));
     EXPECT_STREQ("/a", name);
 }
 
@@ -128,36 +107,32 @@ TEST(SearchDirContainer, ConcurrentWritersLoseNothingAndNeverDuplicate) {
             for (int i = 0; i < 200; ++i) {
                 // Every thread adds every directory, in its own spelling.
                 std::string name = "/d" + std::to_string(i) + (t % 2 ? "/" : "");
-                dirs->addDirectory(scSymbolFiles, name.c_str(), t == 3, false);
-                dirs->enumerate(scSymbolFiles);
+                dirs->addDirectory(scBinaryFiles, name.c_str(), t == 3, false);
+                dirs->enumerate(scBinaryFiles);
             }
         });
     for (std::thread& t : threads) t.join();
-    std::vector<Record> all = records(dirs->enumerate(scSymbolFiles));
+    const Records all = binaries(*dirs);
     ASSERT_EQ(200u, all.size());
-    for (const Record& r : all) EXPECT_TRUE(r.recursive) << r;
+    for (const Record& r : all) EXPECT_TRUE(std::get<1>(r)) << std::get<0>(r);
 }
 
-TEST(SearchDirChain, MergesInOrderAndOrsTheFlagsOfLaterDuplicates) {
-    ObjectPtr<ISearchDirChain> chain = ISearchDirChain::create();
-    EXPECT_TRUE(
-        chain->addItem(containerOf(scSymbolFiles, {{"/x", false, false}, {"/y", false, false}})));
-    EXPECT_TRUE(
-        chain->addItem(containerOf(scSymbolFiles, {{"/y/", true, false}, {"/z", false, true}})));
-    EXPECT_EQ((std::vector<Record>{{"/x", false, false}, {"/y", true, false}, {"/z", false, true}}),
-              records(chain->enumerate(scSymbolFiles)));
-}
-
-TEST(SearchDirChain, KeepsCategoriesApartAndIsEmptyWithoutDirectories) {
+TEST(SearchDirChain, MergesInOrderOrsTheFlagsOfLaterDuplicatesAndKeepsCategoriesApart) {
     ObjectPtr<ISearchDirChain> chain = ISearchDirChain::create();
     EXPECT_FALSE(chain->addItem(ObjectPtr<ISearchDirContainer>()));
     EXPECT_FALSE(chain->enumerate(scBinaryFiles));
+    EXPECT_TRUE(
+        chain->addItem(containerOf(scBinaryFiles, {{"/x", false, false}, {"/y", false, false}})));
+    EXPECT_TRUE(
+        chain->addItem(containerOf(scBinaryFiles, {{"/y/", true, false}, {"/z", false, true}})));
     chain->addItem(containerOf(scAllFiles, {{"/all", false, false}}));
+    EXPECT_EQ((Records{{"/x", false, false}, {"/y", true, false}, {"/z", false, true}}),
+              binaries(*chain));  // scAllFiles is not mixed in
+    EXPECT_EQ((Records{{"/all", false, false}}), records(chain->enumerate(scAllFiles)));
     ObjectPtr<IEditableSearchDirContainer> cleared = IEditableSearchDirContainer::create();
-    cleared->clear(scBinaryFiles);
+    cleared->clear(scSourceFiles);
     chain->addItem(cleared);
-    EXPECT_FALSE(chain->enumerate(scBinaryFiles));  // scAllFiles is not mixed in
-    EXPECT_EQ((std::vector<Record>{{"/all", false, false}}), records(chain->enumerate(scAllFiles)));
+    EXPECT_FALSE(chain->enumerate(scSourceFiles));  // an empty list is no directory
 }
 
 // A chain keeps its last merge while no member changed: every change since, in a member
@@ -171,22 +146,17 @@ TEST(SearchDirChain, SeesEveryChangeOfItsMembersSinceTheLastMerge) {
     ObjectPtr<ISearchDirChain> chain = ISearchDirChain::create();
     chain->addItem(first);
     chain->addItem(inner);
-    EXPECT_EQ((std::vector<Record>{{"/a", false, false}}),
-              records(chain->enumerate(scBinaryFiles)));
-    EXPECT_EQ((std::vector<Record>{{"/a", false, false}}),
-              records(chain->enumerate(scBinaryFiles)));
+    EXPECT_EQ((Records{{"/a", false, false}}), binaries(*chain));
+    EXPECT_EQ((Records{{"/a", false, false}}), binaries(*chain));
 
     second->addDirectory(scBinaryFiles, "/b", false, false);
-    EXPECT_EQ((std::vector<Record>{{"/a", false, false}, {"/b", false, false}}),
-              records(chain->enumerate(scBinaryFiles)));
+    EXPECT_EQ((Records{{"/a", false, false}, {"/b", false, false}}), binaries(*chain));
     first->addDirectory(scBinaryFiles, "/b/", true, false);  // widens /b through the first
-    EXPECT_EQ((std::vector<Record>{{"/a", false, false}, {"/b/", true, false}}),
-              records(chain->enumerate(scBinaryFiles)));
+    EXPECT_EQ((Records{{"/a", false, false}, {"/b/", true, false}}), binaries(*chain));
     first->clear(scBinaryFiles);
-    EXPECT_EQ((std::vector<Record>{{"/b", false, false}}),
-              records(chain->enumerate(scBinaryFiles)));
+    EXPECT_EQ((Records{{"/b", false, false}}), binaries(*chain));
     second->addDirectory(scBinaryFiles, "/b", false, true);  // a flag gained, no new entry
-    EXPECT_EQ((std::vector<Record>{{"/b", false, true}}), records(chain->enumerate(scBinaryFiles)));
+    EXPECT_EQ((Records{{"/b", false, true}}), binaries(*chain));
 }
 
 // A member that merges the chain it belongs to again; it holds the chain by a raw pointer,
@@ -210,10 +180,8 @@ TEST(SearchDirChain, ReachedAgainWhileMergingAddsNothingTwiceAndDoesNotRecurse) 
     outer->addItem(inner);
     inner->addItem(ObjectPtr<ISearchDirContainer>(again));
     inner->addItem(containerOf(scBinaryFiles, {{"/b", true, false}}));
-    EXPECT_EQ((std::vector<Record>{{"/a", false, false}, {"/b", true, false}}),
-              records(outer->enumerate(scBinaryFiles)));
+    EXPECT_EQ((Records{{"/a", false, false}, {"/b", true, false}}), binaries(*outer));
     EXPECT_EQ(1, again->calls);
     // Merged from the inner chain, the outer one is not being merged: it adds its own.
-    EXPECT_EQ((std::vector<Record>{{"/a", false, false}, {"/b", true, false}}),
-              records(inner->enumerate(scBinaryFiles)));
+    EXPECT_EQ((Records{{"/a", false, false}, {"/b", true, false}}), binaries(*inner));
 }

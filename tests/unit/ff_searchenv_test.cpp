@@ -27,20 +27,16 @@ ObjectPtr<IEditableSearchEnv> envWith(const ObjectPtr<ISearchDirContainer>& dirs
 
 }  // namespace
 
-TEST(SearchEnv, NullCacheDirKeepsTheEarlierValue) {
-    ObjectPtr<IEditableSearchEnv> env = IEditableSearchEnv::create();
-    env->setCacheDir("/var/cache/x");
-    env->setCacheDir(nullptr);
-    EXPECT_STREQ("/var/cache/x", env->cacheDir());
-}
-
-TEST(SearchEnv, SearchAndArchiveDirsGiveFreshIteratorsOverTheirOwnContainer) {
+TEST(SearchEnv, DirsGiveFreshIteratorsAndANullCacheDirKeepsTheEarlierOne) {
     ObjectPtr<IEditableSearchDirContainer> search = IEditableSearchDirContainer::create();
     search->addDirectory(scBinaryFiles, "/s", false, false);
     ObjectPtr<IEditableSearchDirContainer> archive = IEditableSearchDirContainer::create();
     archive->addDirectory(scBinaryFiles, "/arch", false, false);
     ObjectPtr<IEditableSearchEnv> env = envWith(search);
     env->setArchiveDirs(archive);
+    env->setCacheDir("/var/cache/x");
+    env->setCacheDir(nullptr);
+    EXPECT_STREQ("/var/cache/x", env->cacheDir());
 
     ObjectPtr<ISearchDirIterator> first = env->searchDirs(scBinaryFiles);
     ObjectPtr<ISearchDirIterator> second = env->searchDirs(scBinaryFiles);
@@ -51,26 +47,16 @@ TEST(SearchEnv, SearchAndArchiveDirsGiveFreshIteratorsOverTheirOwnContainer) {
     EXPECT_EQ((std::vector<std::string>{"/arch"}), dirNames(env->archiveDirs(scBinaryFiles)));
 }
 
-TEST(CapturedSearchDirs, IsFrozenAtCaptureAndEmptyForANullEnvironment) {
-    ObjectPtr<IEditableSearchDirContainer> dirs = IEditableSearchDirContainer::create();
-    dirs->addDirectory(scSymbolFiles, "/sym", true, false);
-    ObjectPtr<ICapturedSearchDirs> captured = ICapturedSearchDirs::create(envWith(dirs));
-    dirs->addDirectory(scSymbolFiles, "/later", false, false);
-    dirs->addDirectory(scBinaryFiles, "/bin", false, false);
-
-    EXPECT_EQ((std::vector<std::string>{"/sym"}), dirNames(captured->enumerate(scSymbolFiles)));
-    EXPECT_FALSE(captured->enumerate(scBinaryFiles));
-    EXPECT_FALSE(captured->enumerate(static_cast<search_category_t>(9)));
-
-    ObjectPtr<ICapturedSearchDirs> empty = ICapturedSearchDirs::create(ObjectPtr<ISearchEnv>());
-    EXPECT_FALSE(empty->enumerate(scSymbolFiles));
-}
-
-TEST(CapturedSearchDirs, OneThreadGetsTheSameIteratorWithItsPosition) {
+TEST(CapturedSearchDirs, IsFrozenAtCaptureAndGivesOneThreadItsIteratorBack) {
     ObjectPtr<IEditableSearchDirContainer> dirs = IEditableSearchDirContainer::create();
     dirs->addDirectory(scBinaryFiles, "/a", false, false);
     dirs->addDirectory(scBinaryFiles, "/b", false, false);
     ObjectPtr<ICapturedSearchDirs> captured = ICapturedSearchDirs::create(envWith(dirs));
+    dirs->addDirectory(scBinaryFiles, "/later", false, false);
+    dirs->addDirectory(scSymbolFiles, "/sym", false, false);
+    EXPECT_FALSE(captured->enumerate(scSymbolFiles));
+    EXPECT_FALSE(captured->enumerate(static_cast<search_category_t>(9)));
+    EXPECT_FALSE(ICapturedSearchDirs::create(ObjectPtr<ISearchEnv>())->enumerate(scBinaryFiles));
 
     ObjectPtr<ISearchDirIterator> first = captured->enumerate(scBinaryFiles);
     first->next();
@@ -80,10 +66,10 @@ TEST(CapturedSearchDirs, OneThreadGetsTheSameIteratorWithItsPosition) {
     bool recursive, high;
     ASSERT_TRUE(second->getCurrentRecord(name, recursive, high));
     EXPECT_STREQ("/b", name);
+    EXPECT_EQ((std::vector<std::string>{"/a", "/b"}), dirNames(second));
 
     // Through an environment whose container is the snapshot, as a search reads it.
-    ObjectPtr<IEditableSearchEnv> env = envWith(captured);
-    EXPECT_EQ(first, env->searchDirs(scBinaryFiles));
+    EXPECT_EQ(first, envWith(captured)->searchDirs(scBinaryFiles));
 }
 
 // Regression: with one iterator for all threads, a search on another thread that resets
@@ -94,44 +80,23 @@ TEST(CapturedSearchDirs, WalksOnTwoThreadsDoNotDisturbEachOther) {
     ObjectPtr<ICapturedSearchDirs> captured = ICapturedSearchDirs::create(envWith(dirs));
     const std::vector<std::string> all = {"/1", "/2", "/3"};
 
-    std::mutex m;
-    std::condition_variable cv;
-    int phase = 0;  // 1: first walk stands on "/1"; 2: the other thread walked everything
-    std::vector<std::string> firstWalk, otherWalk;
-    ObjectPtr<ISearchDirIterator> firstIt, otherIt;
-
-    std::thread first([&] {
-        firstIt = captured->enumerate(scSourceFiles);
-        const char* name;
-        bool r, h;
-        firstIt->reset();
-        firstIt->getCurrentRecord(name, r, h);
-        firstWalk.push_back(name);
-        {
-            std::unique_lock<std::mutex> lock(m);
-            phase = 1;
-            cv.notify_all();
-            cv.wait(lock, [&] { return phase == 2; });
-        }
-        while (firstIt->next() && firstIt->getCurrentRecord(name, r, h)) firstWalk.push_back(name);
-    });
-    std::thread other([&] {
-        {
-            std::unique_lock<std::mutex> lock(m);
-            cv.wait(lock, [&] { return phase == 1; });
-        }
-        otherIt = captured->enumerate(scSourceFiles);
-        otherWalk = dirNames(otherIt);
-        otherIt->next();  // leaves its own cursor at the end
-        std::lock_guard<std::mutex> lock(m);
-        phase = 2;
-        cv.notify_all();
-    });
-    first.join();
-    other.join();
-    EXPECT_EQ(all, firstWalk);
+    ObjectPtr<ISearchDirIterator> mine = captured->enumerate(scSourceFiles);
+    mine->reset();  // stands on "/1"
+    ObjectPtr<ISearchDirIterator> other;
+    std::vector<std::string> otherWalk;
+    // This thread stays alive meanwhile, so the other one has an id of its own.
+    std::thread([&] {
+        other = captured->enumerate(scSourceFiles);
+        otherWalk = dirNames(other);
+        other->next();  // leaves its own cursor at the end
+    }).join();
+    std::vector<std::string> myWalk;
+    const char* name;
+    bool recursive, high;
+    for (; mine->getCurrentRecord(name, recursive, high); mine->next()) myWalk.push_back(name);
+    EXPECT_EQ(all, myWalk);
     EXPECT_EQ(all, otherWalk);
-    EXPECT_NE(firstIt, otherIt);
+    EXPECT_NE(mine, other);
 }
 
 TEST(CapturedSearchDirs, ForgetsIteratorsOfThreadsNobodyHoldsButKeepsHeldOnes) {

@@ -6,7 +6,6 @@
 
 #include <boost/filesystem.hpp>
 
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -45,12 +44,7 @@ TEST(CanonicalName, FollowsTheNameRulesWhateverTheFlag) {
         {"D:\\x\\y", "D:/x/y"},
         {"\\x\\y", "\\x\\y"},  // one leading backslash: not a foreign name
         {"/", "/"},
-        {"/usr/lib", "/usr/lib"},
-        {"/usr/lib/", "/usr/lib"},
-        {"x/.", "x"},
-        {"x/./", "x/."},  // only one trailing "." goes, and normalising keeps a last "."
-        {".", ""},
-        {"a/b/../../c", "c"},
+        {"x/./", "x/."},            // only one trailing "." goes, and normalising keeps a last "."
         {"rel/./x//y", "rel/x/y"},  // relative names stay relative
     };
     for (const NameRow& row : rows) {
@@ -153,108 +147,73 @@ TEST(CompareCanonicalFileNames, IsBytewiseAndGivesExactlyMinusOneZeroOrOne) {
             << show(row.a) << " " << show(row.b);
 }
 
+// Null names, for these and every other helper, are in the bad-input golden file.
 TEST(SmallStringHelpers, AnswerAsDocumented) {
-    EXPECT_TRUE(utils::isAbsolutePath("/x"));
-    EXPECT_TRUE(utils::isAbsolutePath("//srv/x"));
-    EXPECT_FALSE(utils::isAbsolutePath(""));
-    EXPECT_FALSE(utils::isAbsolutePath("C:\\x"));
-    EXPECT_FALSE(utils::isAbsolutePath("\\x"));  // no backslash conversion here
-    EXPECT_FALSE(utils::isAbsolutePath("x/y"));
-
+    for (const char* name : {"/x", "//srv/x"}) EXPECT_TRUE(utils::isAbsolutePath(name)) << name;
+    // No backslash conversion here.
+    for (const char* name : {"", "C:\\x", "\\x", "x/y"})
+        EXPECT_FALSE(utils::isAbsolutePath(name)) << name;
     EXPECT_EQ("LIBM.SO", utils::toUpper("libM.so"));
-    EXPECT_EQ("", utils::toUpper(nullptr));
     EXPECT_EQ("\xe9", utils::toUpper("\xe9"));  // the C locale leaves other bytes alone
-
-    EXPECT_TRUE(utils::isStringEmpty(nullptr));
     EXPECT_TRUE(utils::isStringEmpty(""));
     EXPECT_FALSE(utils::isStringEmpty(" "));
-
     EXPECT_FALSE(utils::getUserId().empty());
 }
 
-TEST(NameHelpers, NullNameRaisesTheStringsLogicError) {
-    EXPECT_THROW(utils::getFileNameOnly(nullptr), std::logic_error);
-    EXPECT_THROW(utils::addSubPart("/a", nullptr), std::logic_error);
-    EXPECT_THROW(utils::changeFileNameExtension("/a/b.so", nullptr), std::logic_error);
-    EXPECT_THROW(utils::isAbsolutePath(nullptr), std::logic_error);
-    EXPECT_THROW(utils::isDirectory(nullptr), std::logic_error);
-    EXPECT_THROW(utils::compareCanonicalFileNames("a", nullptr), std::logic_error);
-    // The helpers that catch everything answer no instead.
-    EXPECT_FALSE(utils::fileExists(nullptr));
-    EXPECT_FALSE(utils::removeFile(nullptr));
-}
-
-class FileQueries : public ::testing::Test {
-  protected:
+TEST(FileQueries, TellFilesFromDirectoriesFollowingLinks) {
     fftest::TempDir tree;
-};
-
-TEST_F(FileQueries, TellFilesFromDirectoriesFollowingLinks) {
-    std::string file = tree.makeFile("f.so");
-    std::string dir = tree.makeDir("d");
-    std::string linkToDir = tree.makeSymlink("ld", dir);
-    std::string linkToFile = tree.makeSymlink("lf", file);
-    std::string dangling = tree.makeSymlink("dangling", tree / "nowhere");
-    std::string missing = tree / "missing";
-
-    EXPECT_TRUE(utils::fileExists(file.c_str()));
-    EXPECT_TRUE(utils::fileExists(linkToFile.c_str()));
-    EXPECT_FALSE(utils::fileExists(dir.c_str()));
-    EXPECT_FALSE(utils::fileExists(missing.c_str()));
-    EXPECT_FALSE(utils::fileExists(dangling.c_str()));
-
-    EXPECT_TRUE(utils::isDirectory(dir.c_str()));
-    EXPECT_TRUE(utils::isDirectory(linkToDir.c_str()));
-    EXPECT_FALSE(utils::isDirectory(file.c_str()));
-    EXPECT_FALSE(utils::isDirectory(missing.c_str()));
-    EXPECT_FALSE(utils::isDirectory((file + "/below").c_str()));  // ENOTDIR is an answer too
+    const std::string file = tree.makeFile("f.so"), dir = tree.makeDir("d");
+    struct Row {
+        std::string name;
+        bool isFile, isDirectory;
+    };
+    const Row rows[] = {
+        {file, true, false},
+        {tree.makeSymlink("lf", file), true, false},
+        {dir, false, true},
+        {tree.makeSymlink("ld", dir), false, true},
+        {tree / "missing", false, false},
+        {tree.makeSymlink("dangling", tree / "nowhere"), false, false},
+        {file + "/below", false, false},  // ENOTDIR is an answer too
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(row.isFile, utils::fileExists(row.name.c_str())) << row.name;
+        EXPECT_EQ(row.isDirectory, utils::isDirectory(row.name.c_str())) << row.name;
+    }
 }
 
-TEST_F(FileQueries, CreateDirMakesOneDirectoryAtTheCanonicalName) {
-    std::string fresh = tree / "fresh";
+TEST(FileQueries, CreateDirMakesOneDirectoryAndRemoveFileRemovesOneEntry) {
+    fftest::TempDir tree;
+    const std::string fresh = tree / "fresh";
     // Lexical first: "ghost/.." goes although ghost does not exist, and so does the
     // trailing separator.
     EXPECT_TRUE(utils::createDir((tree / "ghost/../fresh/").c_str()));
     EXPECT_TRUE(utils::isDirectory(fresh.c_str()));
     EXPECT_FALSE(utils::createDir(fresh.c_str()));  // already there
-
-    std::string orphan = tree / "no/parent";
-    EXPECT_FALSE(utils::createDir(orphan.c_str()));
+    EXPECT_FALSE(utils::createDir((tree / "no/parent").c_str()));
     EXPECT_FALSE(utils::isDirectory((tree / "no").c_str()));
-
-    std::string file = tree.makeFile("file");
+    const std::string file = tree.makeFile("full/file");
     EXPECT_FALSE(utils::createDir(file.c_str()));
-    EXPECT_FALSE(utils::createDir(nullptr));
-    EXPECT_FALSE(utils::createDir(""));
-}
 
-TEST_F(FileQueries, RemoveFileRemovesOneFileOrEmptyDirectory) {
-    std::string file = tree.makeFile("f");
-    std::string empty = tree.makeDir("empty");
-    std::string full = tree.makeDir("full");
-    tree.makeFile("full/keep");
-
+    EXPECT_FALSE(utils::removeFile((tree / "full").c_str()));  // an error is an answer
     EXPECT_TRUE(utils::removeFile(file.c_str()));
-    EXPECT_FALSE(utils::fileExists(file.c_str()));
     EXPECT_FALSE(utils::removeFile(file.c_str()));  // nothing left to remove
-    EXPECT_TRUE(utils::removeFile(empty.c_str()));
-    EXPECT_FALSE(utils::removeFile(full.c_str()));  // an error is an answer, not an exception
-    EXPECT_TRUE(utils::fileExists((tree / "full/keep").c_str()));
+    EXPECT_TRUE(utils::removeFile((tree / "full").c_str()));
+    EXPECT_TRUE(utils::removeFile(fresh.c_str()));
 }
 
-TEST_F(FileQueries, AnswerNoBehindADirectoryThatCannotBeEntered) {
-    std::string locked = tree.makeDir("locked");
+TEST(FileQueries, AnswerNoBehindADirectoryThatCannotBeEntered) {
+    fftest::TempDir tree;
     tree.makeDir("locked/sub");
-    tree.makeFile("locked/f");
+    const std::string locked = tree / "locked";
+    const std::string file = tree.makeFile("locked/f");
     fftest::openToEveryone(tree.path());
     boost::filesystem::permissions(locked, boost::filesystem::perms::no_perms);
-    std::string sub = locked + "/sub";
-    std::string file = locked + "/f";
-    std::string newDir = locked + "/new";
-    int status = fftest::runUnprivileged([&] {
-        // Each of these hits EACCES, which the helpers turn into "no".
-        return !utils::isDirectory(sub.c_str()) && !utils::fileExists(file.c_str()) &&
-               !utils::createDir(newDir.c_str()) && !utils::removeFile(file.c_str());
-    });
-    EXPECT_EQ(0, status);
+    EXPECT_EQ(0, fftest::runUnprivileged([&] {
+                  // Each of these hits EACCES, which the helpers turn into "no".
+                  return !utils::isDirectory((locked + "/sub").c_str()) &&
+                         !utils::fileExists(file.c_str()) &&
+                         !utils::createDir((locked + "/new").c_str()) &&
+                         !utils::removeFile(file.c_str());
+              }));
 }

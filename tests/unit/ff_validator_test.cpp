@@ -20,6 +20,7 @@ using namespace FF_2_13;
 namespace {
 
 constexpr char kAbcMd5[] = "900150983cd24fb0d6963f7d28e17f72";
+constexpr char kRemoteName[] = "/usr/lib/libx.so";
 
 using Policy = fftest::PolicyCallback;
 
@@ -47,6 +48,19 @@ public:
         return vrInvalid;  // no severity, no message
     }
     int calls = 0;
+};
+
+// The candidate in the cache directory whose contents do not match the remote record.
+class RemoteStage : public ::testing::Test {
+protected:
+    ObjectPtr<IValidatedFile> fromCache(Validator& validator,
+                                        unsigned int step = ssCacheSearchDir) {
+        return validator.validateInternal(cached.c_str(), step);
+    }
+    fftest::TempDir dir;
+    const std::string cached = dir.makeFile("cache/libx.so", "not abc");
+    Policy policy;
+    Retriever retriever;
 };
 
 }  // namespace
@@ -86,6 +100,8 @@ TEST(Validator, PolicyDecidesUndecidedFiles) {
     EXPECT_EQ((std::vector<unsigned int>{ssSystemDirs, ssAskUser, ssAskUser}), policy.asked);
 }
 
+// What the built-in checks say (missing, unreadable...) is the decorator's test; here
+// only that its verdict and the client's reach the result without the policy.
 TEST(Validator, ClientCallbackAnswersWithoutThePolicy) {
     fftest::TempDir dir;
     const std::string file = dir.makeFile("libx.so");
@@ -95,117 +111,77 @@ TEST(Validator, ClientCallbackAnswersWithoutThePolicy) {
     ObjectPtr<IInvalidFile> rejected = validator.validateInternal(file.c_str(), 2)->invalidFile();
     ASSERT_TRUE(rejected);
     EXPECT_EQ(svUnspecified, rejected->severity());
-    EXPECT_TRUE(policy.asked.empty());
-
-    ObjectPtr<IInvalidFile> missing = validator.validate((dir / "gone.so").c_str())->invalidFile();
-    ASSERT_TRUE(missing);
-    EXPECT_EQ(svHard, missing->severity());
-    EXPECT_EQ("The file " + dir / "gone.so" + " does not exist or is not a regular file.",
-              missing->errorMessage());
-
+    EXPECT_EQ(svHard, validator.validate((dir / "gone.so").c_str())->invalidFile()->severity());
     ObjectPtr<IInvalidFile> unnamed = validator.validate(nullptr)->invalidFile();
     ASSERT_TRUE(unnamed);
     EXPECT_STREQ("", unnamed->name());
     EXPECT_EQ(1, client.calls);
+    EXPECT_TRUE(policy.asked.empty());
 }
 
-TEST(Validator, RemoteChecksumMismatchRejectsWithoutFurtherChecks) {
-    fftest::TempDir dir;
-    const std::string cached = dir.makeFile("cache/libx.so", "not abc");
-    Policy policy;
+TEST_F(RemoteStage, MismatchRejectsWithoutFurtherChecksAndFetchesOnce) {
     Rejecting client;
-    Retriever retriever;
-    Validator validator(&client, policy, scBinaryFiles, "/usr/lib/libx.so", &retriever);
-    ObjectPtr<IInvalidFile> rejected =
-        validator.validateInternal(cached.c_str(), ssCacheSearchDir)->invalidFile();
+    Validator validator(&client, policy, scBinaryFiles, kRemoteName, &retriever);
+    ObjectPtr<IInvalidFile> rejected = fromCache(validator)->invalidFile();
     ASSERT_TRUE(rejected);
     EXPECT_EQ(svHard, rejected->severity());
     EXPECT_EQ(ssCacheSearchDir, rejected->searchStep());
     EXPECT_EQ("The file " + cached + " does not match the checksum recorded on the remote system.",
               rejected->errorMessage());
     EXPECT_EQ(0, client.calls);
-    EXPECT_EQ((std::vector<std::string>{"/usr/lib/libx.so"}), retriever.asked);
+    EXPECT_EQ((std::vector<std::string>{kRemoteName}), retriever.asked);
 
-    // Fetched once and kept for the validator's life.
-    validator.validateInternal(cached.c_str(), ssCacheSearchDir);
-    EXPECT_EQ(1u, retriever.asked.size());
+    // Only the low 16 bits of the step select the stage; the result carries those.
+    rejected = fromCache(validator, 0x30000u | ssCacheSearchDir)->invalidFile();
+    ASSERT_TRUE(rejected);
+    EXPECT_EQ(ssCacheSearchDir, rejected->searchStep());
+    EXPECT_EQ(1u, retriever.asked.size()) << "fetched once and kept for the validator's life";
 
     fftest::CatalogGuard noCatalogs(/*removeAll=*/true);
     EXPECT_STREQ("%CannotMatchFileWithChecksumMismatch",
-                 validator.validateInternal(cached.c_str(), ssCacheSearchDir)
-                     ->invalidFile()
-                     ->errorMessage());
+                 fromCache(validator)->invalidFile()->errorMessage());
 }
 
-TEST(Validator, RemoteChecksumMatchStillRunsTheBuiltInChecks) {
-    fftest::TempDir dir;
-    const std::string cached = dir.makeFile("cache/libx.so", "abc");
-    Policy policy;
-    Retriever retriever;
-    Validator validator(nullptr, policy, scBinaryFiles, "/usr/lib/libx.so", &retriever);
-    ObjectPtr<IValidFile> valid =
-        validator.validateInternal(cached.c_str(), ssCacheSearchDir)->validFile();
+TEST_F(RemoteStage, MatchStillRunsTheBuiltInChecksAndThePolicySeesTheWholeStep) {
+    const std::string abc = dir.makeFile("cache/abc.so", "abc");
+    retriever.recorded = "900150983CD24FB0D6963F7D28E17F72";  // an upper-case record matches
+    Validator validator(nullptr, policy, scBinaryFiles, kRemoteName, &retriever);
+    const unsigned int step = 0x30000u | ssCacheSearchDir;
+    ObjectPtr<IValidFile> valid = validator.validateInternal(abc.c_str(), step)->validFile();
     ASSERT_TRUE(valid);
     EXPECT_EQ(cfPolicyHigh, valid->confidence()) << "a match alone does not accept";
+    EXPECT_EQ(ssCacheSearchDir, valid->searchStep());
+    EXPECT_EQ(step, policy.asked.back());
 
     fftest::openToEveryone(dir.path());
-    ASSERT_EQ(0, ::chmod(cached.c_str(), 0));
+    ASSERT_EQ(0, ::chmod(abc.c_str(), 0));
     // Root may read anything; the unreadable case runs as an ordinary user. The candidate
     // cannot be hashed then, so the remote stage has no verdict and the checks decide.
     EXPECT_EQ(0, fftest::runUnprivileged([&] {
                   Retriever freshRetriever;
-                  Validator fresh(nullptr, policy, scBinaryFiles, "/usr/lib/libx.so",
-                                  &freshRetriever);
+                  Validator fresh(nullptr, policy, scBinaryFiles, kRemoteName, &freshRetriever);
                   ObjectPtr<IInvalidFile> rejected =
-                      fresh.validateInternal(cached.c_str(), ssCacheSearchDir)->invalidFile();
+                      fresh.validateInternal(abc.c_str(), ssCacheSearchDir)->invalidFile();
                   return rejected && rejected->severity() == svHard &&
                          std::string(rejected->errorMessage()).find("cannot be opened") !=
                              std::string::npos;
               }));
 }
 
-TEST(Validator, OnlyTheLow16BitsOfTheStepSelectTheCacheStage) {
-    fftest::TempDir dir;
-    const std::string cached = dir.makeFile("cache/libx.so", "not abc");
-    Policy policy;
-    Retriever retriever;
-    Validator validator(nullptr, policy, scBinaryFiles, "/usr/lib/libx.so", &retriever);
-    const unsigned int step = 0x30000u | ssCacheSearchDir;
-    ObjectPtr<IInvalidFile> rejected =
-        validator.validateInternal(cached.c_str(), step)->invalidFile();
-    ASSERT_TRUE(rejected);
-    EXPECT_EQ(ssCacheSearchDir, rejected->searchStep());
-
-    retriever.recorded = "900150983CD24FB0D6963F7D28E17F72";  // an upper-case record matches
-    Validator matching(nullptr, policy, scBinaryFiles, "/usr/lib/libx.so", &retriever);
-    const std::string abc = dir.makeFile("cache/abc.so", "abc");
-    ObjectPtr<IValidFile> valid = matching.validateInternal(abc.c_str(), step)->validFile();
-    ASSERT_TRUE(valid);
-    EXPECT_EQ(ssCacheSearchDir, valid->searchStep());
-    EXPECT_EQ(step, policy.asked.back()) << "the policy sees the whole value";
-}
-
-TEST(Validator, StepsOtherThanTheCacheNeverAskTheRetriever) {
-    fftest::TempDir dir;
-    const std::string cached = dir.makeFile("cache/libx.so", "not abc");
-    Policy policy;
-    Retriever retriever;
-    Validator validator(nullptr, policy, scBinaryFiles, "/usr/lib/libx.so", &retriever);
+TEST_F(RemoteStage, OtherStepsAndAValidatorWithoutRetrieverNeverFetch) {
+    Validator validator(nullptr, policy, scBinaryFiles, kRemoteName, &retriever);
     // 256 marks an extracted kernel image: no search step, so no remote stage.
     for (unsigned int step : {1u, 4u, 64u, 256u, 0x10000u})
-        EXPECT_TRUE(validator.validateInternal(cached.c_str(), step)->validFile()) << step;
+        EXPECT_TRUE(fromCache(validator, step)->validFile()) << step;
     EXPECT_TRUE(retriever.asked.empty());
     EXPECT_EQ(256u, policy.asked[3]);
-    EXPECT_EQ(256u, validator.validateInternal(cached.c_str(), 256)->validFile()->searchStep());
+    EXPECT_EQ(256u, fromCache(validator, 256)->validFile()->searchStep());
 
-    Validator withoutRetriever(nullptr, policy, scBinaryFiles, "/usr/lib/libx.so", nullptr);
-    EXPECT_TRUE(withoutRetriever.validateInternal(cached.c_str(), ssCacheSearchDir)->validFile());
+    Validator withoutRetriever(nullptr, policy, scBinaryFiles, kRemoteName, nullptr);
+    EXPECT_TRUE(fromCache(withoutRetriever)->validFile());
 }
 
-TEST(Validator, OnlyAbsoluteOrKernelNamesReachTheRetriever) {
-    fftest::TempDir dir;
-    const std::string cached = dir.makeFile("cache/libx.so", "abc");
-    Policy policy;
+TEST_F(RemoteStage, OnlyAbsoluteOrKernelNamesReachTheRetriever) {
     struct Case {
         const char* requested;
         const char* asked;  // null: the retriever is not asked
@@ -217,45 +193,36 @@ TEST(Validator, OnlyAbsoluteOrKernelNamesReachTheRetriever) {
         {"\\\\srv\\libx.so", nullptr},
         {"", nullptr},
         {"vmlinux", "vmlinux"},
-        {"/usr/lib/libx.so", "/usr/lib/libx.so"},
-        {"\\usr\\lib\\libx.so", "/usr/lib/libx.so"},
+        {kRemoteName, kRemoteName},
+        {"\\usr\\lib\\libx.so", kRemoteName},
     };
     for (const Case& c : cases) {
-        Retriever retriever;
-        Validator validator(nullptr, policy, scBinaryFiles, c.requested, &retriever);
-        EXPECT_TRUE(validator.validateInternal(cached.c_str(), ssCacheSearchDir)->validFile());
-        if (c.asked)
-            EXPECT_EQ(std::vector<std::string>{c.asked}, retriever.asked) << c.requested;
-        else
-            EXPECT_TRUE(retriever.asked.empty()) << c.requested;
+        Retriever own;
+        own.recorded.clear();  // answered, but nothing recorded: no verdict
+        Validator validator(nullptr, policy, scBinaryFiles, c.requested, &own);
+        EXPECT_TRUE(fromCache(validator)->validFile());
+        EXPECT_EQ(c.asked ? std::vector<std::string>{c.asked} : std::vector<std::string>(),
+                  own.asked)
+            << c.requested;
     }
 }
 
-TEST(Validator, FailedFetchIsRetriedWithTheNextCacheCandidate) {
-    fftest::TempDir dir;
-    const std::string cached = dir.makeFile("cache/libx.so", "not abc");
-    Policy policy;
-    Retriever retriever;
+TEST_F(RemoteStage, FailedFetchIsRetriedWithTheNextCacheCandidate) {
     retriever.result = 5;
-    Validator validator(nullptr, policy, scBinaryFiles, "/usr/lib/libx.so", &retriever);
-    EXPECT_TRUE(validator.validateInternal(cached.c_str(), ssCacheSearchDir)->validFile());
+    Validator validator(nullptr, policy, scBinaryFiles, kRemoteName, &retriever);
+    EXPECT_TRUE(fromCache(validator)->validFile());
     retriever.result = 0;
     retriever.recorded.clear();  // success, but nothing recorded
-    EXPECT_TRUE(validator.validateInternal(cached.c_str(), ssCacheSearchDir)->validFile());
+    EXPECT_TRUE(fromCache(validator)->validFile());
     retriever.recorded = kAbcMd5;
-    EXPECT_TRUE(validator.validateInternal(cached.c_str(), ssCacheSearchDir)->invalidFile());
+    EXPECT_TRUE(fromCache(validator)->invalidFile());
     EXPECT_EQ(3u, retriever.asked.size());
 }
 
-TEST(Validator, FileThatVanishesBetweenTheChecksIsRejectedWithAMessage) {
-    fftest::TempDir dir;
-    const std::string cached = dir.makeFile("cache/libx.so", "abc");
-    Policy policy;
-    Retriever retriever;
-    retriever.onFetch = [&cached] { ::unlink(cached.c_str()); };
-    Validator validator(nullptr, policy, scBinaryFiles, "/usr/lib/libx.so", &retriever);
-    ObjectPtr<IInvalidFile> rejected =
-        validator.validateInternal(cached.c_str(), ssCacheSearchDir)->invalidFile();
+TEST_F(RemoteStage, FileThatVanishesBetweenTheChecksIsRejectedWithAMessage) {
+    retriever.onFetch = [this] { ::unlink(cached.c_str()); };
+    Validator validator(nullptr, policy, scBinaryFiles, kRemoteName, &retriever);
+    ObjectPtr<IInvalidFile> rejected = fromCache(validator)->invalidFile();
     ASSERT_TRUE(rejected);
     EXPECT_EQ(svHard, rejected->severity());
     EXPECT_NE(std::string::npos, std::string(rejected->errorMessage()).find("does not exist"));

@@ -23,7 +23,9 @@ struct Verdict {
     std::string message;
 };
 
-Verdict judge(IValidatorCallback& callback, const std::string& name) {
+// Also takes a validator made for the one call.
+template <class Callback>
+Verdict judge(Callback&& callback, const std::string& name) {
     Validator::ErrorInfoContainer info;
     const unsigned int result = callback.validate(name.c_str(), info);
     return {result, info.m_severity, info.getErrorMessage()};
@@ -74,14 +76,11 @@ TEST(ValidatorCallbackDecorator, ReadableFileIsUndecidedUnlessTheClientDecides) 
     EXPECT_EQ(vrUndecided, judge(*IValidatorCallbackDecorator::create(nullptr), file).result);
     for (unsigned int answer : {0u, 1u, 2u}) {
         Answering client(answer);
-        ValidatorCallbackDecorator decorator(&client);
-        const Verdict v = judge(decorator, file);
-        EXPECT_EQ(answer, v.result);
+        EXPECT_EQ(answer, judge(ValidatorCallbackDecorator(&client), file).result);
         EXPECT_EQ(1, client.calls);
     }
     Answering client(vrValid);
-    ValidatorCallbackDecorator decorator(&client);
-    EXPECT_EQ(vrInvalid, judge(decorator, dir.path()).result);
+    EXPECT_EQ(vrInvalid, judge(ValidatorCallbackDecorator(&client), dir.path()).result);
     EXPECT_EQ(0, client.calls) << "the built-in checks come first";
 }
 
@@ -91,15 +90,12 @@ TEST(ValidatorCallbackDecorator, UnreadableFileIsRejectedAsNotReadable) {
     fftest::openToEveryone(dir.path());
     ASSERT_EQ(0, ::chmod(file.c_str(), 0));
     EXPECT_EQ(0, fftest::runUnprivileged([&] {
-                  ValidatorCallbackDecorator decorator(nullptr);
-                  const Verdict v = judge(decorator, file);
-                  return v.result == vrInvalid && v.severity == svHard &&
-                         v.message == "The file " + file + " cannot be opened for reading.";
-              }));
-    EXPECT_EQ(0, fftest::runUnprivileged([&] {
+                  const Verdict v = judge(*IValidatorCallbackDecorator::create(nullptr), file);
                   fftest::CatalogGuard noCatalogs(/*removeAll=*/true);
-                  ValidatorCallbackDecorator decorator(nullptr);
-                  return judge(decorator, file).message == "%CantOpenFile";
+                  return v.result == vrInvalid && v.severity == svHard &&
+                         v.message == "The file " + file + " cannot be opened for reading." &&
+                         judge(*IValidatorCallbackDecorator::create(nullptr), file).message ==
+                             "%CantOpenFile";
               }));
 }
 
@@ -110,14 +106,13 @@ TEST(ChecksumValidator, ComparesWithTheExpectedChecksumOfItsType) {
     ObjectPtr<IChecksum> right = calc->fromString(ctMD5, "900150983CD24FB0D6963F7D28E17F72");
     ObjectPtr<IChecksum> wrong = calc->fromString(ctSHA1, "0000");
 
-    ChecksumValidator none(scBinaryFiles, ObjectPtr<IChecksum>());
-    EXPECT_EQ(vrUndecided, judge(none, file).result);
-    ChecksumValidator crc(scBinaryFiles, calc->fromString(ctCRC32, "352441c2"));
-    EXPECT_EQ(vrUndecided, judge(crc, file).result) << "CRC32 is never computed";
-    ChecksumValidator unreadable(scBinaryFiles, wrong);
-    EXPECT_EQ(vrUndecided, judge(unreadable, dir / "missing").result);
-    ChecksumValidator match(scSymbolFiles, right);
-    EXPECT_EQ(vrValid, judge(match, file).result);
+    EXPECT_EQ(vrUndecided, judge(ChecksumValidator(scBinaryFiles, {}), file).result);
+    EXPECT_EQ(
+        vrUndecided,
+        judge(ChecksumValidator(scBinaryFiles, calc->fromString(ctCRC32, "352441c2")), file).result)
+        << "CRC32 is never computed";
+    EXPECT_EQ(vrUndecided, judge(ChecksumValidator(scBinaryFiles, wrong), dir / "missing").result);
+    EXPECT_EQ(vrValid, judge(ChecksumValidator(scSymbolFiles, right), file).result);
 
     struct Case {
         search_category_t category;
@@ -131,15 +126,13 @@ TEST(ChecksumValidator, ComparesWithTheExpectedChecksumOfItsType) {
         {scAllFiles, svUnspecified, "%ChecksumMismatch"},
     };
     for (const Case& c : cases) {
-        ChecksumValidator mismatch(c.category, wrong);
-        const Verdict v = judge(mismatch, file);
+        const Verdict v = judge(ChecksumValidator(c.category, wrong), file);
         EXPECT_EQ(vrInvalid, v.result) << c.category;
         EXPECT_EQ(c.severity, v.severity) << c.category;
         EXPECT_EQ(0u, v.message.rfind(c.message, 0)) << v.message;
     }
     fftest::CatalogGuard noCatalogs(/*removeAll=*/true);
-    ChecksumValidator withoutTexts(scSourceFiles, wrong);
-    EXPECT_EQ("%ChecksumMismatch", judge(withoutTexts, file).message);
+    EXPECT_EQ("%ChecksumMismatch", judge(ChecksumValidator(scSourceFiles, wrong), file).message);
 }
 
 TEST(SourceFileUpToDateCheckValidator, RejectsSourcesNewerThanTheReference) {
@@ -168,15 +161,14 @@ TEST(SourceFileUpToDateCheckValidator, WithoutAReferenceEveryAnswerIsUndecidedWi
     fftest::TempDir dir;
     const std::string source = dir.makeFile("x.c");
     for (const char* reference : {static_cast<const char*>(nullptr), "/no/such/binary"}) {
-        SourceFileUpToDateCheckValidator validator(reference, true);
-        const Verdict v = judge(validator, source);
+        const Verdict v = judge(SourceFileUpToDateCheckValidator(reference, true), source);
         EXPECT_EQ(vrUndecided, v.result);
         EXPECT_EQ(svMild, v.severity);
         EXPECT_EQ(0u, v.message.find("There is no reference file")) << v.message;
     }
     fftest::CatalogGuard noCatalogs(/*removeAll=*/true);
-    SourceFileUpToDateCheckValidator validator(nullptr, true);
-    EXPECT_EQ("%NoDataForSourceFileValidation", judge(validator, source).message);
+    EXPECT_EQ("%NoDataForSourceFileValidation",
+              judge(SourceFileUpToDateCheckValidator(nullptr, true), source).message);
 }
 
 TEST(SourceFileUpToDateCheckValidator, ExceptionDirectoryExcusesNewerSourcesAlsoThroughALink) {
@@ -212,8 +204,7 @@ TEST(SourceFileTimeAndSizeMatchValidator, ExactTimeAndSizeOrNothingRecorded) {
         {4999, 0, vrInvalid}, {5001, 5, vrInvalid}, {0, 6, vrInvalid}, {5000, 4, vrInvalid},
     };
     for (const Case& c : cases) {
-        SourceFileTimeAndSizeMatchValidator validator(c.time, c.size);
-        const Verdict v = judge(validator, source);
+        const Verdict v = judge(SourceFileTimeAndSizeMatchValidator(c.time, c.size), source);
         EXPECT_EQ(c.result, v.result) << c.time << " " << c.size;
         if (c.result == vrInvalid) {
             EXPECT_EQ(svMild, v.severity);
@@ -230,6 +221,6 @@ TEST(SourceFileTimeAndSizeMatchValidator, ExactTimeAndSizeOrNothingRecorded) {
     EXPECT_EQ(vrValid, judge(excusedTimeOnly, source).result);
 
     fftest::CatalogGuard noCatalogs(/*removeAll=*/true);
-    SourceFileTimeAndSizeMatchValidator withoutTexts(1, 0);
-    EXPECT_EQ("%ModificationTimeOrSizeMismatch", judge(withoutTexts, source).message);
+    EXPECT_EQ("%ModificationTimeOrSizeMismatch",
+              judge(SourceFileTimeAndSizeMatchValidator(1, 0), source).message);
 }

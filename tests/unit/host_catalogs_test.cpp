@@ -21,26 +21,17 @@ generic::argument arg(const char* name, const char* value) {
     return generic::argument(name, types::variant(value));
 }
 
-// Restores an environment variable when the test ends.
+// Sets an environment variable (unsets it for null) and restores it when the test ends.
 class ScopedEnv {
 public:
-    ScopedEnv(const char* name, const char* value) : m_name(name) {
-        const char* old = std::getenv(name);
-        m_had = old != nullptr;
-        if (old) m_old = old;
-        if (value)
-            ::setenv(name, value, 1);
-        else
-            ::unsetenv(name);
+    ScopedEnv(const char* name, const char* value) : m_name(name), m_had(std::getenv(name)) {
+        if (m_had) m_old = std::getenv(name);
+        set(value);
     }
-    ~ScopedEnv() {
-        if (m_had)
-            ::setenv(m_name, m_old.c_str(), 1);
-        else
-            ::unsetenv(m_name);
-    }
+    ~ScopedEnv() { set(m_had ? m_old.c_str() : nullptr); }
 
 private:
+    void set(const char* value) { value ? ::setenv(m_name, value, 1) : ::unsetenv(m_name); }
     const char* m_name;
     bool m_had;
     std::string m_old;
@@ -73,25 +64,15 @@ TEST(MessageCatalog, LooksMessagesUpWithOrWithoutTheMarker) {
     EXPECT_EQ(0u, catalog.message(nullptr).size());
 }
 
-TEST(MessageCatalog, BuiltInCatalogsNameTheirArguments) {
+// Each kind's text naming its file is checked through the message manager
+// (ff_messages_test); here what only the catalogs themselves show.
+TEST(MessageCatalog, BuiltInCatalogsAreThereByName) {
     tarnbase2::restoreBuiltInMessageCatalogs();
     const i18n::catalog_t* common = tarnbase2::getMessageCatalog("file_finder_common");
     ASSERT_NE(nullptr, common);
-    const char* const withArgument[] = {
-        "BinChecksumMismatch",      "SymChecksumMismatch",    "SrcChecksumMismatch",
-        "ModificationTimeMismatch", "SizeMismatch",           "SourceFileUpToDate",
-        "FileIsNotReadable",        "FileDoesNotExist",       "InvalidSymbolFile",
-        "FileArchMismatch",         "FileIsNotABinaryModule", "BinFileReadingError",
-        "BinFileUnsupportedFormat", "FileIsNotRegular",       "NoDataForSourceFileValidation"};
-    for (const char* id : withArgument) {
-        const std::string text = common->message(id).text().c_str();
-        EXPECT_NE(std::string::npos, text.find("{arg1}")) << id;
-    }
     const std::string directory = common->message("FileIsDirectory").text().c_str();
     EXPECT_FALSE(directory.empty());
     EXPECT_EQ(std::string::npos, directory.find('{'));
-    EXPECT_EQ(16u, common->size());
-
     const i18n::catalog_t* climgr = tarnbase2::getMessageCatalog("file_finder.climgr");
     ASSERT_NE(nullptr, climgr);
     const std::string mismatch = climgr->message("%CannotMatchFileWithChecksumMismatch")

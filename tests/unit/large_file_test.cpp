@@ -7,7 +7,6 @@
 #include <sys/types.h>
 #include <unistd.h>
 
-#include <boost/filesystem.hpp>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
@@ -54,26 +53,15 @@ bool makeSparseFile(const std::string& path, uint64_t size, std::string& why) {
     return written;
 }
 
-class LargeFileTest : public ::testing::Test {
-  protected:
-    // Path of a new sparse file of `size` bytes under the test's directory, or empty with
-    // m_refused saying why the file system would not hold it.
-    std::string sparseFile(const std::string& name, uint64_t size) {
-        std::string path = m_dir / name;
-        return makeSparseFile(path, size, m_refused) ? path : std::string();
-    }
-
-    fftest::TempDir m_dir;
-    std::string m_refused;
-};
-
 }  // namespace
 
 // 2 GiB + 1 is negative as a signed 32-bit size; 4 GiB + 4097 keeps only 4097 in 32 bits.
-TEST_F(LargeFileTest, StatFileReportsSizesBeyondThirtyTwoBits) {
+TEST(LargeFile, StatFileReportsSizesBeyondThirtyTwoBits) {
+    fftest::TempDir dir;
     for (uint64_t size : {2 * kGiB + 1, 4 * kGiB + 4097}) {
-        std::string path = sparseFile("big-" + std::to_string(size), size);
-        if (path.empty()) GTEST_SKIP() << m_refused;
+        const std::string path = dir / ("big-" + std::to_string(size));
+        std::string refused;
+        if (!makeSparseFile(path, size, refused)) GTEST_SKIP() << refused;
 
         posix::FileStatus status;
         ASSERT_TRUE(posix::statFile(path.c_str(), status)) << path;
@@ -81,28 +69,4 @@ TEST_F(LargeFileTest, StatFileReportsSizesBeyondThirtyTwoBits) {
         EXPECT_TRUE(status.isRegular);
         EXPECT_FALSE(status.isDirectory);
     }
-}
-
-TEST_F(LargeFileTest, BoostFileSizeAgreesWithStatFile) {
-    const uint64_t size = 3 * kGiB + 7;
-    std::string path = sparseFile("big", size);
-    if (path.empty()) GTEST_SKIP() << m_refused;
-
-    posix::FileStatus status;
-    ASSERT_TRUE(posix::statFile(path.c_str(), status));
-    boost::system::error_code error;
-    EXPECT_EQ(boost::filesystem::file_size(path, error), size);
-    EXPECT_FALSE(error) << error.message();
-    EXPECT_EQ(status.size, size);
-}
-
-// stat's 64-bit inode number reaches FileStatus whole, on i386 too.
-TEST_F(LargeFileTest, StatFileKeepsTheWholeInodeNumber) {
-    std::string path = m_dir.makeFile("small");
-    struct stat st;
-    ASSERT_EQ(::stat(path.c_str(), &st), 0);
-    posix::FileStatus status;
-    ASSERT_TRUE(posix::statFile(path.c_str(), status));
-    EXPECT_EQ(status.inode, static_cast<uint64_t>(st.st_ino));
-    EXPECT_EQ(status.device, static_cast<uint64_t>(st.st_dev));
 }
