@@ -21,11 +21,13 @@ constexpr unsigned long long kReadAheadMinFileSize = 1ull << 20;
 // Tiny chunks would make the reader thread the bottleneck; huge ones leave no ring.
 constexpr unsigned int kReadAheadMinChunk = 1024;
 constexpr unsigned int kReadAheadMaxChunk = 256 * 1024;
-// The ring holds about this many bytes of chunks read ahead of the consumer.
-constexpr std::size_t kRingBytes = 1 << 20;
+// The ring holds about this many bytes of chunks read ahead of the consumer. Larger than
+// a core's own cache: a slot is written again only after the consumer's core has let
+// its lines go, so the kernel's copy into it does not have to take them from that core.
+constexpr std::size_t kRingBytes = 2 << 20;
 // Chunks passed over per lock: often enough to keep the other side busy, rarely enough
-// that the lock costs nothing next to the reads.
-constexpr std::size_t kHandOverChunks = 16;
+// that the lock and the wake-ups cost nothing next to the reads.
+constexpr std::size_t kHandOverChunks = 64;
 
 // One read(2) of up to `size` bytes, retried when a signal interrupts it. -1 on error.
 ssize_t readOnce(int fd, unsigned char* buffer, unsigned int size) {
@@ -53,7 +55,8 @@ public:
     ReadAheadRing(int fd, unsigned int chunkSize)
         : m_fd(fd),
           m_chunkSize(chunkSize),
-          m_slots(std::max<std::size_t>(kHandOverChunks * 2, kRingBytes / chunkSize)),
+          m_slots(std::max<std::size_t>(4, kRingBytes / chunkSize)),
+          m_handOver(std::min(kHandOverChunks, m_slots / 4)),
           m_storage(new unsigned char[m_slots * chunkSize]),
           m_lengths(m_slots) {}
 
@@ -68,7 +71,7 @@ public:
             std::size_t filled = 0;
             bool atEnd = false;
             bool failed = false;
-            while (filled < room && filled < kHandOverChunks) {
+            while (filled < room && filled < m_handOver) {
                 const std::size_t slot = (next + filled) % m_slots;
                 const ssize_t count = readOnce(m_fd, slotData(slot), m_chunkSize);
                 if (count <= 0) {
@@ -117,7 +120,7 @@ public:
                 available = m_produced - next;
             }
             if (available == 0) return true;  // finished and drained
-            available = std::min(available, kHandOverChunks);
+            available = std::min(available, m_handOver);
             for (std::size_t i = 0; i < available; ++i) {
                 const std::size_t slot = (next + i) % m_slots;
                 if (!consume(slotData(slot), m_lengths[slot])) return false;
@@ -141,6 +144,7 @@ private:
     const int m_fd;
     const unsigned int m_chunkSize;
     const std::size_t m_slots;
+    const std::size_t m_handOver;  // chunks passed to the other side per lock
     std::unique_ptr<unsigned char[]> m_storage;
     std::vector<std::size_t> m_lengths;
 
