@@ -111,9 +111,6 @@ TEST(CreateUniqueTempDir, MakesAPrivateDirectoryUnderTheUserDataDirectory) {
     ASSERT_EQ(0u, utils::createUniqueTempDir(second));
     EXPECT_NE(first, second);
     EXPECT_EQ(tmp / "data", fs::path(first).parent_path().string());
-    const std::string name = fs::path(first).filename().string();
-    EXPECT_EQ(22u, name.size());
-    EXPECT_EQ(0u, name.find("ff-"));
     struct stat st;
     ASSERT_EQ(0, ::stat(first.c_str(), &st));
     EXPECT_EQ(0700u, st.st_mode & 0777);

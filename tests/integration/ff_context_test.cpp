@@ -1,11 +1,11 @@
 // Resolution contexts: creation, chains, what createSearchEnv takes from which level,
-// captures, archiving, and the typical request end to end. Every test makes its
-// contexts from its own temporary directory, because the manager lives for the process.
+// captures and archiving (the typical request end to end is the example client's, run
+// by tests/check_example.sh). Every test makes its contexts from its own temporary
+// directory, because the manager lives for the process.
 #include <gtest/gtest.h>
 
 #include <boost/filesystem.hpp>
 #include <stdexcept>
-#include <thread>
 
 #include "callback_doubles.h"
 #include "ff_context.h"
@@ -150,53 +150,4 @@ TEST_F(ContextTest, ArchiveDirectoriesOfEveryLevelNearestFirst) {
     EXPECT_EQ((Strings{tmp / "near/all", tmp / "far/all"}), dirsOf(env, scAllFiles, true));
     EXPECT_TRUE(mgr->archiveFile(*child, file.c_str(), scSymbolFiles));
     EXPECT_TRUE(boost::filesystem::is_directory(tmp / "near/symbols/libz.so"));
-}
-
-TEST_F(ContextTest, RegistrationsFromSeveralThreads) {
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([&, t] {
-            for (int i = 0; i < 50; ++i) {
-                const std::string key = "k" + std::to_string(t) + "-" + std::to_string(i);
-                mgr->registerSearchDirs(*child, dirsWith(scBinaryFiles, "/" + key), key.c_str());
-            }
-        });
-    }
-    for (std::thread& t : threads) t.join();
-    EXPECT_EQ(200u, binaryDirsFor("c").size());
-}
-
-TEST_F(ContextTest, TheTypicalRequestFindsEachCategory) {
-    // A user-wide configuration, a project, and a result, chained narrow to wide.
-    const std::string resultDir = tmp.makeDir("result");
-    const std::string binary = tmp.makeFile("result/binaries/app");
-    const std::string symbols = tmp.makeFile("symstore/deep/app.debug");
-    const std::string source = tmp.makeFile("project/src/app.c");
-    ObjectPtr<IResolutionContext> user = context("user");  // stands in for the user account
-    ObjectPtr<IResolutionContext> project =
-        mgr->createFileSystemContext((tmp / "project").c_str(), false);
-    ObjectPtr<IResolutionContext> result = mgr->createResultDirectoryContext(resultDir.c_str());
-    mgr->addInheritance(*result, *project);
-    mgr->addInheritance(*project, *user);
-    mgr->registerSearchDirs(*user, dirsWith(scSymbolFiles, tmp / "symstore", true), "tool");
-    mgr->registerSearchDirs(*project, dirsWith(scSourceFiles, tmp / "project", true, true), "tool");
-    Policy acceptHigh(0);
-    mgr->registerConfidenceLevelPolicyCallback(*user, "", &acceptHigh);
-
-    ObjectPtr<IFileSearch> search = mgr->createFileSearch(*result, "tool", nullptr);
-    ObjectPtr<IValidFile> bin = search->findBinFile("/recorded/machine/app", nullptr, nullptr, 0);
-    ASSERT_TRUE(bin);
-    EXPECT_EQ(binary, bin->name());
-    EXPECT_EQ(ssHighPrioritySearchDirs, bin->searchStep());
-    EXPECT_EQ(cfPolicyHigh, bin->confidence());
-    ObjectPtr<IValidFile> sym =
-        search->findSymFile("app.debug", bin->name(), nullptr, nullptr, nullptr, nullptr, nullptr);
-    ASSERT_TRUE(sym);
-    EXPECT_EQ(symbols, sym->name());
-    EXPECT_EQ(ssLowPrioritySearchDirs, sym->searchStep());
-    ObjectPtr<IValidFile> src =
-        search->findSrcFile("/recorded/machine/src/app.c", bin->name(), nullptr, nullptr, nullptr);
-    ASSERT_TRUE(src);
-    EXPECT_EQ(source, src->name());
-    EXPECT_EQ(ssHighPrioritySearchDirs, src->searchStep());
 }

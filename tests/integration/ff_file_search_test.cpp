@@ -1,9 +1,7 @@
 // End-to-end searches on temporary trees: the search protocol with its callbacks, the
-// kernel fallbacks and images, duplicates, and concurrent searches.
+// kernel fallbacks and images, and duplicates. Concurrent searches are the stress
+// program's (tests/stress), run under ThreadSanitizer.
 #include <gtest/gtest.h>
-
-#include <atomic>
-#include <thread>
 
 #include "callback_doubles.h"
 #include "ff_file_search.h"
@@ -22,21 +20,6 @@ namespace {
 using fftest::NoFilesCallback;
 using fftest::StartedCallback;
 using TakeNth = fftest::FilesFoundCallback;
-
-// Rejects every candidate whose name contains `part`.
-class RejectNames : public IValidatorCallback {
-public:
-    explicit RejectNames(std::string part) : m_part(std::move(part)) {}
-    unsigned int validate(const char* name, IErrorInfoContainer& info) override {
-        if (std::string(name).find(m_part) == std::string::npos) return vrValid;
-        info.setSeverity(svMild);
-        info.setErrorMessage("rejected by test");
-        return vrInvalid;
-    }
-
-private:
-    std::string m_part;
-};
 
 class SearchTest : public ::testing::Test {
 protected:
@@ -129,7 +112,7 @@ TEST_F(SearchTest, SearchStartedFalseRunsNoStepAndReachesNoFilesFound) {
 TEST_F(SearchTest, NoFilesFoundSeesRejectedCandidatesAndMaySupplyOne) {
     const std::string rejected = tmp.makeFile("dir/libx.so");
     dirs->addDirectory(scBinaryFiles, (tmp / "dir").c_str(), false, true);
-    RejectNames rejectAll("libx");
+    fftest::ValidatorCallback rejectAll(vrInvalid);
     NoFilesCallback noFiles;
     env->setNoFilesFoundCallback(&noFiles);
     EXPECT_FALSE(search()->findBinFile("libx.so", &rejectAll, nullptr, 0));
@@ -182,7 +165,7 @@ TEST_F(SearchTest, ACompressedKernelIsUnpackedOnceAndFoundAgainFromTheCache) {
     const std::string kernel(300000, 'K');
     tmp.makeFile("kernels/vmlinuz-9.9", std::string(16384, 'J') + fftest::gzip(kernel));
     dirs->addDirectory(scBinaryFiles, (tmp / "kernels").c_str(), false, true);
-    RejectNames rejectCompressed("vmlinuz");
+    fftest::ValidatorCallback rejectCompressed(vrInvalid, "vmlinuz");
 
     fftest::LogCapture log(log4cplus::INFO_LOG_LEVEL);
     ObjectPtr<IValidFile> image =
@@ -212,28 +195,4 @@ TEST_F(SearchTest, AFileOfferedByTwoStepsIsRecordedOnce) {
     search()->findBinFile("libx.so", nullptr, nullptr, 0);
     EXPECT_EQ((std::vector<std::string>{file}), all.seen);
     EXPECT_EQ(1u, log.count("*** VALID_DUBLICAT "));
-}
-
-TEST_F(SearchTest, ManyThreadsShareOneFileSearch) {
-    std::vector<std::string> files;
-    for (int i = 0; i < 8; ++i)
-        files.push_back(
-            tmp.makeFile("tree/d" + std::to_string(i) + "/f" + std::to_string(i) + ".so"));
-    dirs->addDirectory(scBinaryFiles, (tmp / "tree").c_str(), true, false);
-    ObjectPtr<IFileSearch> shared = search();
-    std::atomic<int> wrong{0};
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([&, t] {
-            for (int round = 0; round < 20; ++round) {
-                const int i = (t + round) % 8;
-                const std::string name = "f" + std::to_string(i) + ".so";
-                ObjectPtr<IValidFile> found =
-                    shared->findBinFile(name.c_str(), nullptr, nullptr, 0);
-                if (!found || files[i] != found->name()) ++wrong;
-            }
-        });
-    }
-    for (std::thread& t : threads) t.join();
-    EXPECT_EQ(0, wrong.load());
 }

@@ -7,7 +7,6 @@
 
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "callback_doubles.h"
@@ -21,17 +20,6 @@ using namespace FF_2_13;
 namespace {
 
 constexpr char kClient[] = "profiler";
-
-// Accepts every file and records which it was asked about: the candidates the search
-// offered for validation.
-class CountingValidator : public IValidatorCallback {
-public:
-    unsigned int validate(const char* name, IErrorInfoContainer&) override {
-        asked.push_back(name);
-        return vrValid;
-    }
-    std::vector<std::string> asked;
-};
 
 std::vector<std::string> binaryDirsOf(const ObjectPtr<ISearchEnv>& env) {
     return fftest::dirNames(env->searchDirs(scBinaryFiles));
@@ -89,19 +77,6 @@ TEST_F(ManipulatorTest, OneDefaultCallbackPerClientIdAndKindStaysRegistered) {
     EXPECT_THROW(m->setSearchStartedBehavior(nullptr, ssbSuggestRememberedAndSearch),
                  std::logic_error);
     EXPECT_THROW(m->setOwnFilesFoundCallback(nullptr, nullptr), std::logic_error);
-
-    // A second manipulator on the same context and client id takes over; the first one's
-    // callbacks go with it, nothing is unregistered.
-    ObjectPtr<ISearchManipulator> second =
-        createSearchManipulatorByContext(context, nullptr, nullptr);
-    second->setFilesFoundBehavior(kClient, ffbRememberChoice);
-    const IFilesFoundCallback* secondsOwn =
-        static_cast<SearchManipulator&>(*second).getFilesFoundCallback(kClient).get();
-    EXPECT_EQ(secondsOwn, metadata()->getCallbacks(kClient).filesFound.get());
-    first = nullptr;
-    m = nullptr;
-    EXPECT_EQ(secondsOwn, metadata()->getCallbacks(kClient).filesFound.get());
-    EXPECT_EQ(nullptr, metadata()->getCallbacks("other").noFilesFound.get());
 }
 
 TEST_F(ManipulatorTest, SearchDirsBehaviourCapturesOnOneReleasesOnZeroOnly) {
@@ -149,7 +124,7 @@ TEST_F(ManipulatorTest, AFileOnceFoundIsSuggestedAndReturnedWithoutSearchingAgai
     EXPECT_EQ(file, remembered->resolvedName());
 
     log.clear();
-    CountingValidator secondOffers;
+    fftest::ValidatorCallback secondOffers(vrValid);
     ObjectPtr<IValidFile> second =
         search->findBinFile("/recorded/libround.so", &secondOffers, nullptr, 0);
     ASSERT_TRUE(second);
@@ -158,44 +133,4 @@ TEST_F(ManipulatorTest, AFileOnceFoundIsSuggestedAndReturnedWithoutSearchingAgai
     EXPECT_EQ(std::vector<std::string>{file}, secondOffers.asked);  // the suggestion only
     EXPECT_EQ(0u, log.count("Found file:"));                        // no step ran
     EXPECT_EQ(1u, log.count("*** VALID____ADDED"));
-}
-
-TEST_F(ManipulatorTest, TwoManipulatorsOnTwoThreadsShareOneHistory) {
-    constexpr int kFiles = 12;
-    std::vector<std::string> files;
-    for (int i = 0; i < kFiles; ++i)
-        files.push_back(tmp.makeFile("shared/deep/lib" + std::to_string(i) + ".so"));
-    ObjectPtr<ISearchHistory> shared = ISearchHistory::create();
-
-    // Each thread has its own context and manipulator, and searches every name twice:
-    // the second search of a name is answered from the history, whichever thread wrote it.
-    auto client = [&](const std::string& contextDir, std::vector<ObjectPtr<IValidFile>>& out) {
-        ObjectPtr<IResolutionContext> ctx = mgr->createFileSystemContext(contextDir.c_str(), false);
-        ObjectPtr<ISearchManipulator> m = createSearchManipulatorByContext(ctx, nullptr, shared);
-        m->getUserDefinedSearchDirs()->addDirectory(scBinaryFiles, (tmp / "shared").c_str(), true,
-                                                    false);
-        mgr->registerSearchDirs(*ctx, m->getUserDefinedSearchDirs(), kClient);
-        m->setFilesFoundBehavior(kClient, ffbRememberChoice);
-        m->setSearchStartedBehavior(kClient, ssbSuggestRememberedAndSearch);
-        ObjectPtr<IFileSearch> search = mgr->createFileSearch(*ctx, kClient, nullptr);
-        for (int round = 0; round < 2; ++round)
-            for (int i = 0; i < kFiles; ++i) {
-                const std::string name = "/recorded/lib" + std::to_string(i) + ".so";
-                out.push_back(search->findBinFile(name.c_str(), nullptr, nullptr, 0));
-            }
-    };
-    std::vector<ObjectPtr<IValidFile>> a, b;
-    std::thread ta(client, tmp / "ctx-a", std::ref(a));
-    std::thread tb(client, tmp / "ctx-b", std::ref(b));
-    ta.join();
-    tb.join();
-
-    for (const auto* results : {&a, &b}) {
-        ASSERT_EQ(2u * kFiles, results->size());
-        for (int i = 0; i < 2 * kFiles; ++i) {
-            ASSERT_TRUE((*results)[i]);
-            EXPECT_EQ(files[i % kFiles], (*results)[i]->name());
-            if (i >= kFiles) EXPECT_EQ(ssAskUser, (*results)[i]->searchStep());
-        }
-    }
 }

@@ -1,8 +1,10 @@
 // Recording doubles of the client callbacks and a reader of directory iterators, shared by
-// the search, context, manipulator and environment tests.
+// the search, validation, context, manipulator and environment tests.
 #pragma once
 
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "ff_callbacks.h"
@@ -132,6 +134,29 @@ public:
     FF_2_13::search_category_t lastCategory = FF_2_13::scAllFiles;
 };
 
+/// Answers `answer` for the names that contain `part` (every name when it is empty), with
+/// severity svMild and the message "rejected by test" when that answer is vrInvalid, and
+/// vrValid for the others. Records every name it is asked about.
+class ValidatorCallback : public FF_2_13::IValidatorCallback {
+public:
+    explicit ValidatorCallback(unsigned int answer, std::string part = "")
+        : m_answer(answer), m_part(std::move(part)) {}
+    unsigned int validate(const char* name, FF_2_13::IErrorInfoContainer& info) override {
+        asked.push_back(name);
+        if (asked.back().find(m_part) == std::string::npos) return FF_2_13::vrValid;
+        if (m_answer == FF_2_13::vrInvalid) {
+            info.setSeverity(FF_2_13::svMild);
+            info.setErrorMessage("rejected by test");
+        }
+        return m_answer;
+    }
+    std::vector<std::string> asked;
+
+private:
+    unsigned int m_answer;
+    std::string m_part;
+};
+
 /// The directory names an iterator yields, from the start; none for a null iterator.
 inline std::vector<std::string> dirNames(const ObjectPtr<FF_2_13::ISearchDirIterator>& it) {
     std::vector<std::string> out;
@@ -139,6 +164,24 @@ inline std::vector<std::string> dirNames(const ObjectPtr<FF_2_13::ISearchDirIter
     const char* name = nullptr;
     bool recursive = false, high = false;
     for (it->reset(); it->getCurrentRecord(name, recursive, high); it->next()) out.push_back(name);
+    return out;
+}
+
+/// Category, name, recursive, high priority.
+using DirRecord = std::tuple<FF_2_13::search_category_t, std::string, bool, bool>;
+
+/// Every record of a container, category by category.
+inline std::vector<DirRecord> dirRecords(const FF_2_13::ISearchDirContainer& dirs) {
+    std::vector<DirRecord> out;
+    for (auto c : {FF_2_13::scBinaryFiles, FF_2_13::scSymbolFiles, FF_2_13::scSourceFiles,
+                   FF_2_13::scAllFiles}) {
+        ObjectPtr<FF_2_13::ISearchDirIterator> it = dirs.enumerate(c);
+        const char* name = nullptr;
+        bool recursive = false, high = false;
+        if (it)
+            for (it->reset(); it->getCurrentRecord(name, recursive, high); it->next())
+                out.emplace_back(c, name, recursive, high);
+    }
     return out;
 }
 

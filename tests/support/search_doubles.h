@@ -46,10 +46,8 @@ public:
 class UnusedValidator : public FF_2_13::IValidator {
 public:
     FF_2_13::ObjectPtr<FF_2_13::IValidatedFile> validate(const char*) override {
-        ++calls;
         return FF_2_13::ObjectPtr<FF_2_13::IValidatedFile>();
     }
-    int calls = 0;
 };
 
 }  // namespace fftest

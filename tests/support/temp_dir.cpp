@@ -2,6 +2,7 @@
 
 #include <tarnbase2/tarnbase2.h>
 
+#include <algorithm>
 #include <boost/filesystem.hpp>
 #include <fstream>
 #include <iterator>
@@ -57,6 +58,14 @@ std::string TempDir::makeSymlink(const std::string& relative, const std::string&
 std::string readFile(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+std::vector<std::string> entryNames(const std::string& dir) {
+    std::vector<std::string> names;
+    for (fs::directory_iterator it(dir), end; it != end; ++it)
+        names.push_back(it->path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
 }
 
 ScopedUserDataDir::ScopedUserDataDir(const std::string& dir) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace fftest {
 
@@ -30,6 +31,9 @@ private:
 
 /// The whole contents of the file `path`; empty when it cannot be read.
 std::string readFile(const std::string& path);
+
+/// The names of the entries of the directory `dir`, sorted.
+std::vector<std::string> entryNames(const std::string& dir);
 
 /// Points the host's per-user data directory (kernel image cache, private temporary
 /// directories) at `dir` while it lives, so that searches write under a test's TempDir.

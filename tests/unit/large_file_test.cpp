@@ -31,25 +31,15 @@ namespace {
 
 constexpr uint64_t kGiB = uint64_t(1) << 30;
 
-// Makes `path` a sparse file of `size` bytes whose last byte is written, so the length comes
-// from real data at the far end. Returns false (with `why` set) when the file system refuses
-// a file of that size or would have to allocate all of it.
+// Makes `path` a sparse file of `size` bytes whose last byte is written. False, with `why`
+// set, when the file system refuses that size or would allocate all of it.
 bool makeSparseFile(const std::string& path, uint64_t size, std::string& why) {
-    int fd = ::open(path.c_str(), O_CREAT | O_WRONLY | O_TRUNC, 0644);
-    if (fd < 0) {
-        why = std::string("open: ") + std::strerror(errno);
-        return false;
-    }
-    const char last = 'z';
-    bool written = ::pwrite(fd, &last, 1, static_cast<off_t>(size - 1)) == 1;
-    if (!written) why = std::string("pwrite past 2 GiB: ") + std::strerror(errno);
+    const int fd = ::open(path.c_str(), O_CREAT | O_WRONLY | O_TRUNC, 0644);
     struct stat st;
-    if (written && ::fstat(fd, &st) == 0 && uint64_t(st.st_blocks) * 512 > 64 * 1024 * 1024) {
-        why = "the file system does not keep files sparse";
-        written = false;
-    }
+    const bool written = fd >= 0 && ::pwrite(fd, "z", 1, static_cast<off_t>(size - 1)) == 1 &&
+                         ::fstat(fd, &st) == 0 && uint64_t(st.st_blocks) * 512 < 64 << 20;
+    if (!written) why = std::string("no sparse file past 2 GiB here: ") + std::strerror(errno);
     ::close(fd);
-    if (!written) ::unlink(path.c_str());
     return written;
 }
 

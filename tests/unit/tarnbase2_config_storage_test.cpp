@@ -6,31 +6,10 @@
 #include <sys/stat.h>
 
 #include <boost/filesystem.hpp>
-#include <fstream>
-#include <sstream>
 
 #include "temp_dir.h"
 
 using tarnbase2::ConfigStorage;
-
-namespace {
-
-std::string readText(const std::string& name) {
-    std::ifstream in(name, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-std::vector<std::string> entriesOf(const std::string& dir) {
-    std::vector<std::string> names;
-    for (boost::filesystem::directory_iterator it(dir), end; it != end; ++it)
-        names.push_back(it->path().filename().string());
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
-}  // namespace
 
 TEST(ConfigStorage, WritesThePropertyAndKeepsTheOthers) {
     fftest::TempDir tmp;
@@ -47,7 +26,7 @@ TEST(ConfigStorage, WritesThePropertyAndKeepsTheOthers) {
     EXPECT_EQ(R"([{"a":1}])", value);
     ASSERT_TRUE(reloaded.getProperty("colour", value));
     EXPECT_EQ(R"("blue")", value);
-    EXPECT_EQ((std::vector<std::string>{"config.json"}), entriesOf(tmp.path()));
+    EXPECT_EQ((std::vector<std::string>{"config.json"}), fftest::entryNames(tmp.path()));
 }
 
 TEST(ConfigStorage, UnparsableFileStaysUntilTheNextWriteWhichKeepsItBeside) {
@@ -58,18 +37,18 @@ TEST(ConfigStorage, UnparsableFileStaysUntilTheNextWriteWhichKeepsItBeside) {
     ConfigStorage storage(file);
     EXPECT_NE(std::string::npos, storage.loadProblem().find("not valid JSON"))
         << storage.loadProblem();
-    EXPECT_EQ(bad, readText(file));
+    EXPECT_EQ(bad, fftest::readFile(file));
 
     ConfigStorage::WriteResult result = storage.setProperty("searchDirs", "[]");
     ASSERT_TRUE(result.ok) << result.error;
     EXPECT_EQ(file + ".corrupt.1", result.keptAs);
-    EXPECT_EQ(bad, readText(file + ".corrupt.1"));
-    EXPECT_EQ("an older one", readText(file + ".corrupt"));
+    EXPECT_EQ(bad, fftest::readFile(file + ".corrupt.1"));
+    EXPECT_EQ("an older one", fftest::readFile(file + ".corrupt"));
     EXPECT_EQ("", storage.loadProblem());
 
     // Only the first write after the load keeps a copy.
     ASSERT_TRUE(storage.setProperty("searchDirs", "[1]").ok);
-    EXPECT_EQ(3u, entriesOf(tmp.path()).size());
+    EXPECT_EQ(3u, fftest::entryNames(tmp.path()).size());
 }
 
 TEST(ConfigStorage, ReplacingKeepsTheModeAndWritesThroughASymbolicLink) {
@@ -80,7 +59,7 @@ TEST(ConfigStorage, ReplacingKeepsTheModeAndWritesThroughASymbolicLink) {
     ConfigStorage storage(link);
     ASSERT_TRUE(storage.setProperty("k", "1").ok);
     EXPECT_TRUE(boost::filesystem::is_symlink(link));
-    EXPECT_NE(std::string::npos, readText(real).find("\"k\": 1"));
+    EXPECT_NE(std::string::npos, fftest::readFile(real).find("\"k\": 1"));
     struct stat st;
     ASSERT_EQ(0, ::stat(real.c_str(), &st));
     EXPECT_EQ(0640u, st.st_mode & 07777);
