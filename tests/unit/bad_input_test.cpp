@@ -28,11 +28,13 @@
 
 #include "ff_checksum.h"
 #include "ff_cmdline_dirs.h"
+#include "ff_files_finder.h"
 #include "ff_history.h"
 #include "ff_kernel_image.h"
 #include "ff_persistent_dirs.h"
 #include "ff_searchdirs.h"
 #include "ff_utils.h"
+#include "search_doubles.h"
 #include "temp_dir.h"
 
 namespace fs = boost::filesystem;
@@ -410,4 +412,27 @@ TEST(BadInput, EveryEntryPointAnswersAsTheGoldenFileSays) {
                       << "\n  now:    " << got;
         ++reported;
     }
+}
+
+// A tail of a name that keeps PATH_MAX bytes or more after normalising names nothing the
+// system can open, so it is not offered: a 64 KiB name costs a search the tails that fit,
+// not seconds of building and normalising every tail. ".." elements that cancel the long
+// part leave every tail short enough, and all are offered.
+TEST(BadInput, TheFinderOffersOnlyTailsShortEnoughToOpen) {
+    auto offers = [](const std::string& name) {
+        fftest::RecordingResults results;
+        FilesFinder finder(ssHighPrioritySearchDirs, nullptr);
+        finder.addSearchDirectory("/d", false);
+        finder.find(name.c_str(), results);
+        return results.paths();
+    };
+    const std::vector<std::string> tails = offers(longName(65536));  // longest first
+    ASSERT_FALSE(tails.empty());
+    EXPECT_LT(tails.front().size() - 3, 4096u);  // "/d/" and a tail
+    EXPECT_GE(tails.front().size() - 3, 4096u - 8);
+    EXPECT_EQ("/d/long-nmx", tails.back());
+
+    std::string climbing = longName(8000);  // 1000 elements
+    for (int i = 0; i < 600; ++i) climbing += "/..";
+    EXPECT_EQ(1000u + 600u + 1u, offers(climbing + "/y").size());
 }
