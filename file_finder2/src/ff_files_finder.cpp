@@ -63,6 +63,31 @@ class ListingCloser {
     posix::DirectoryListing& m_listing;
 };
 
+// The first tail of `elements` whose candidate the system could open. Normalising a
+// candidate removes only "." elements and "x/.." pairs, so the elements of a tail that
+// no ".." of the tail itself cancels stay in its candidate whatever the directory: when
+// they alone make PATH_MAX bytes, the candidate names nothing the container could accept.
+// Those tails are not built: building and normalising every tail of a long name costs the
+// square of its length (seconds for a 64 KiB name, per directory and step). Going left,
+// the kept length only grows, so the tails left out are the longest ones.
+size_t firstOpenableTail(const std::vector<fs::path>& elements) {
+    size_t kept = 0;
+    size_t pendingParents = 0;
+    for (size_t k = elements.size(); k-- > 0;) {
+        const std::string& element = elements[k].native();
+        if (element == "..") {
+            ++pendingParents;
+        } else if (element == "." || element == "/") {
+            continue;
+        } else if (pendingParents > 0) {
+            --pendingParents;
+        } else if ((kept += element.size() + 1) > posix::kPathMax) {
+            return k + 1;
+        }
+    }
+    return 0;
+}
+
 }  // namespace
 
 FilesFinder::FilesFinder(unsigned int searchStep, ISearchDirectoryFindCallback* callback) noexcept
@@ -96,9 +121,11 @@ bool FilesFinder::find(const char* fileName, ISearchResultsContainer& results) {
 bool FilesFinder::findIteratively(const std::string& dir, const std::string& fileName,
                                   ISearchResultsContainer& results) {
     const fs::path name(fileName);
-    for (auto first = name.begin(); first != name.end(); ++first) {
+    const std::vector<fs::path> elements(name.begin(), name.end());
+    for (size_t first = firstOpenableTail(elements); first < elements.size(); ++first) {
         fs::path candidate(dir);
-        for (auto element = first; element != name.end(); ++element) candidate /= *element;
+        for (size_t element = first; element < elements.size(); ++element)
+            candidate /= elements[element];
         // The root element of an absolute name adds nothing: "/d" + "/usr/lib/x.so" offers
         // /d/usr/lib/x.so twice (the container drops the second), then /d/lib/x.so, /d/x.so.
         if (results.validateAndAdd(candidate.lexically_normal().c_str(), m_searchStep)) return true;

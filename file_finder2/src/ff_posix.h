@@ -20,6 +20,10 @@ struct FileStatus {
     uint32_t mode = 0;  // st_mode: type and permission bits
 };
 
+/// The longest path the system takes in one call is one byte shorter (PATH_MAX counts
+/// the terminating NUL): a longer name fails with ENAMETOOLONG whatever it names.
+constexpr size_t kPathMax = 4096;
+
 /// stat() of `path`; false when it fails.
 bool statFile(const char* path, FileStatus& status);
 

@@ -76,3 +76,13 @@ printf -- '--search-dir=binaries:/a \\\n --search-dir=all,recursive:/b\t--search
   seed cmdline_dirs continued-lines
 printf -- "'--search-dir=all:/n\nl\xff'" | seed cmdline_dirs newline-and-high-byte
 printf -- '--search-dir=all:$HOME --search-dir=* ~/x' | seed cmdline_dirs refused
+
+# --- fuzz_manifest: the file-finder command's manifests (tab-separated request lines).
+printf '# what the profile of run 17 needs\nbin\t/usr/lib/libx.so.1\tmd5:9e107d9d372bb6826bd81d3542a419d6\nsym\tlibx.so.1.debug\t/usr/lib/libx.so.1\nsrc\t/build/x/parse.c\t/usr/lib/libx.so.1\tsha1:2fd4e1c67a2d28fced849ee1bb76e7391b93eb12\n' |
+  seed manifest documented
+printf '  # indented comment\r\n\r\nbin\t/opt/my app/lib x.so\r\nsrc\tC:\\src\\a b.c\t/bin/x\tMD5:9E107D9D372BB6826BD81D3542A419D6\r\n\t\n' |
+  seed manifest blanks-and-crlf
+printf 'exe\t/bin/x\nbin\nbin\t\nsym\tx.debug\nsym\tx.debug\t\nsrc\ta.c\t/b\tsha256:00\nbin\t/x\tmd5:12\nbin\t/x\tmd5:zz\nbin\t/x\tmd5\nbin\t/a\t/b\t/c\n' |
+  seed manifest malformed-lines
+printf 'bin\tname ending in a return\r\r\nsym\t\xff\xfe.debug\t/bin/\x80\nbin\tno final newline' |
+  seed manifest odd-bytes

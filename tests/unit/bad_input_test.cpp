@@ -18,6 +18,7 @@
 #include <boost/filesystem.hpp>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <functional>
 #include <sstream>
@@ -28,11 +29,19 @@
 
 #include "ff_checksum.h"
 #include "ff_cmdline_dirs.h"
+#include "ff_context.h"
+#include "ff_files_finder.h"
 #include "ff_history.h"
 #include "ff_kernel_image.h"
+#include "ff_manipulator.h"
 #include "ff_persistent_dirs.h"
+#include "ff_search.h"
+#include "ff_search_steps.h"
 #include "ff_searchdirs.h"
+#include "ff_searchenv.h"
 #include "ff_utils.h"
+#include "search_doubles.h"
+#include "tarnbase2/tarnbase2.h"
 #include "temp_dir.h"
 
 namespace fs = boost::filesystem;
@@ -130,10 +139,17 @@ std::string show(const ObjectPtr<IFileAssociation>& association) {
     return association ? show(std::string(association->resolvedName())) : "none";
 }
 
-std::string show(const ISearchDirContainer& dirs) {
+std::string show(const ObjectPtr<IValidFile>& file) {
+    return file ? show(std::string(file->name())) + " step " + std::to_string(file->searchStep())
+                : "none";
+}
+
+// Every category's directories, as "category:name" with R (recursive) and H (high).
+template <class Enumerate>
+std::string showDirs(Enumerate enumerate) {
     std::string out = "[";
     for (search_category_t c : {scBinaryFiles, scSymbolFiles, scSourceFiles, scAllFiles}) {
-        ObjectPtr<ISearchDirIterator> it = dirs.enumerate(c);
+        ObjectPtr<ISearchDirIterator> it = enumerate(c);
         const char* name;
         bool recursive, high;
         if (!it) continue;
@@ -144,6 +160,74 @@ std::string show(const ISearchDirContainer& dirs) {
         }
     }
     return out + "]";
+}
+
+std::string show(const ISearchDirContainer& dirs) {
+    return showDirs([&](search_category_t c) { return dirs.enumerate(c); });
+}
+
+// What a search would read: its directories, the archive directories that serve every
+// category, the cache directory.
+std::string show(ISearchEnv& env) {
+    return "dirs " + showDirs([&](search_category_t c) { return env.searchDirs(c); }) +
+           " archive " + showDirs([&](search_category_t c) {
+               return c == scAllFiles ? env.archiveDirs(c) : ObjectPtr<ISearchDirIterator>();
+           }) +
+           " cache " + show(std::string(env.cacheDir()));
+}
+
+// "ok" or "logic_error" for each call in turn; any other exception leaves.
+std::string eachOf(std::initializer_list<std::function<void()>> calls) {
+    std::string out;
+    for (const std::function<void()>& call : calls) {
+        if (!out.empty()) out += ' ';
+        try {
+            call();
+            out += "ok";
+        } catch (const std::logic_error&) {
+            out += "logic_error";
+        }
+    }
+    return out;
+}
+
+ObjectPtr<IEditableSearchDirContainer> dirsOf(const char* name) {
+    ObjectPtr<IEditableSearchDirContainer> dirs = IEditableSearchDirContainer::create();
+    dirs->addDirectory(scAllFiles, name, true, true);
+    return dirs;
+}
+
+// A context of its own per call: the manager keeps registrations for the process's life.
+ObjectPtr<IResolutionContext> freshContext() {
+    static int made = 0;
+    const std::string id = "/bad-input/" + std::to_string(++made);
+    return IResolutionContextMgr::create()->createFileSystemContext(id.c_str(), false);
+}
+
+// A search of client "c" whose one search directory is the sandbox, without the system
+// directories (what they hold differs from machine to machine).
+ObjectPtr<IFileSearch> sandboxSearch(ObjectPtr<IResolutionContext> context = freshContext()) {
+    ObjectPtr<IResolutionContextMgr> mgr = IResolutionContextMgr::create();
+    mgr->registerSearchDirs(*context, dirsOf(fs::current_path().c_str()), "sandbox");
+    ObjectPtr<ISearchStepsConfigurator> steps = ISearchStepsConfigurator::create();
+    for (search_category_t c : {scBinaryFiles, scSymbolFiles, scSourceFiles})
+        steps->setStep(ssSystemDirs, c, false);
+    mgr->registerSearchStepsConfigurator(*context, "c", steps);
+    return mgr->createFileSearch(*context, "c", nullptr);
+}
+
+// archiveFile's code, and on 0 or 6 where the copy stands and whether it is whole: a
+// regular file (not a link) whose MD5 names its directory.
+std::string archived(const char* file, const char* dir, const char* sub) {
+    std::string path;
+    const unsigned int code = utils::archiveFile(file, dir, sub, path, false);
+    if (code != utils::kArchiveDone && code != utils::kArchiveAlreadyThere)
+        return std::to_string(code);
+    ObjectPtr<IChecksum> md5 =
+        IChecksumCalculator::create()->calculateChecksum(path.c_str(), ctMD5);
+    const bool whole =
+        !fs::is_symlink(path) && md5 && fs::path(path).parent_path().filename() == md5->value();
+    return std::to_string(code) + " " + show(path) + (whole ? " whole" : " NOT WHOLE");
 }
 
 // A small gzip stream behind some boot code: a kernel image that extracts.
@@ -337,6 +421,143 @@ std::vector<EntryPoint> entryPoints() {
              parsedBy(cmdline::parseSearchDirValue, value.c_str(), answer);
              return show(value) + " -> " + answer;
          }},
+        {"IEditableSearchEnv: setCacheDir(NAME), setSearchDirs({all: NAME}), dump(env, "
+         "scAllFiles); IEditableEnvironmentInfo::setKernelRelease(NAME)",
+         false,
+         [](const char* n) {
+             ObjectPtr<IEditableSearchEnv> env = IEditableSearchEnv::create();
+             env->setCacheDir(n);
+             env->setSearchDirs(dirsOf(n));
+             ObjectPtr<IEditableEnvironmentInfo> info = IEditableEnvironmentInfo::create();
+             info->setKernelRelease(n);
+             return show(std::string(env->cacheDir())) + ", " + show(dump(env, scAllFiles)) + ", " +
+                    show(std::string(info->kernelRelease()));
+         }},
+        {"IResolutionContextMgr: createFileSystemContext(NAME, false), "
+         "createResultDirectoryContext(NAME), createSearchEnv(that, \"c\", null)",
+         false,
+         [](const char* n) {
+             ObjectPtr<IResolutionContextMgr> mgr = IResolutionContextMgr::create();
+             ObjectPtr<IResolutionContext> plain = mgr->createFileSystemContext(n, false);
+             ObjectPtr<IResolutionContext> c = mgr->createResultDirectoryContext(n);
+             return (plain ? show(std::string(plain->getUniqueID())) : "none") +
+                    (c ? " " + show(*mgr->createSearchEnv(*c, "c", nullptr)) : "");
+         }},
+        {"IResolutionContextMgr: registerArchiveDir(context, NAME), registerCacheDir(context, "
+         "NAME), createSearchEnv, archiveFile(context, \"image\"), archiveFile(context, NAME)",
+         true,
+         [](const char* n) {
+             ObjectPtr<IResolutionContextMgr> mgr = IResolutionContextMgr::create();
+             ObjectPtr<IResolutionContext> c = freshContext();
+             mgr->registerArchiveDir(*c, n);
+             mgr->registerCacheDir(*c, n);
+             const std::string env = show(*mgr->createSearchEnv(*c, "c", nullptr));
+             const bool image = mgr->archiveFile(*c, "image", scAllFiles);
+             return env + ", archived " + show(image) + " " +
+                    show(mgr->archiveFile(*c, n, scAllFiles));
+         }},
+        {"IResolutionContextMgr, key and client id NAME: registerSearchDirs(context, {/before}, "
+         "NAME), the 8 registrations by client id, captureSearchDirs, registerSearchDirs(context, "
+         "{/after}, \"k\"), createSearchEnv; releaseSearchDirs, createSearchEnv; createFileSearch",
+         false,
+         [](const char* n) {
+             ObjectPtr<IResolutionContextMgr> mgr = IResolutionContextMgr::create();
+             ObjectPtr<IResolutionContext> c = freshContext();
+             const std::string calls = eachOf({
+                 [&] { mgr->registerSearchDirs(*c, dirsOf("/before"), n); },
+                 [&] { mgr->registerSearchStartedCallback(*c, n, nullptr); },
+                 [&] { mgr->registerFilesFoundCallback(*c, n, nullptr); },
+                 [&] { mgr->registerNoFilesFoundCallback(*c, n, nullptr); },
+                 [&] { mgr->registerConfidenceLevelPolicyCallback(*c, n, nullptr); },
+                 [&] { mgr->registerFileRetriever(*c, n, nullptr); },
+                 [&] {
+                     mgr->registerSearchStepsConfigurator(*c, n,
+                                                          ISearchStepsConfigurator::create());
+                 },
+                 [&] { mgr->registerMessenger(*c, n, nullptr); },
+                 [&] { mgr->registerEnvironmentInfo(*c, n, IEditableEnvironmentInfo::create()); },
+                 [&] { mgr->captureSearchDirs(*c, n); },
+             });
+             mgr->registerSearchDirs(*c, dirsOf("/after"), "k");
+             ObjectPtr<ISearchEnv> env = mgr->createSearchEnv(*c, n, nullptr);
+             const std::string captured = show(*env) +
+                                          (env->searchStepsConfigurator() ? " steps" : "") +
+                                          (env->environmentInfo() ? " info" : "");
+             const std::string released = eachOf({[&] { mgr->releaseSearchDirs(*c, n); }});
+             return calls + "; " + captured + "; " + released + " " +
+                    show(*mgr->createSearchEnv(*c, n, nullptr)) + "; " +
+                    show(bool(mgr->createFileSearch(*c, n, nullptr)));
+         }},
+        {"IFileSearch over <sandbox>: findBinFile(NAME, null, null, 0)", true,
+         [](const char* n) { return show(sandboxSearch()->findBinFile(n, nullptr, nullptr, 0)); }},
+        {"IFileSearch over <sandbox>: findBinFile(\"image\", null, NAME, 0)", true,
+         [](const char* n) { return show(sandboxSearch()->findBinFile("image", nullptr, n, 0)); }},
+        {"IFileSearch over <sandbox>: findSymFile(NAME, \"image\", null, null, null, null, null)",
+         true,
+         [](const char* n) {
+             return show(sandboxSearch()->findSymFile(n, "image", nullptr, nullptr, nullptr,
+                                                      nullptr, nullptr));
+         }},
+        {"IFileSearch over <sandbox>: findSymFile(\"image\", NAME, NAME, null, NAME, null, NAME)",
+         true,
+         [](const char* n) {
+             return show(sandboxSearch()->findSymFile("image", n, n, nullptr, n, nullptr, n));
+         }},
+        {"IFileSearch over <sandbox>: findSrcFile(NAME, NAME, NAME, null, NAME)", true,
+         [](const char* n) { return show(sandboxSearch()->findSrcFile(n, n, n, nullptr, n)); }},
+        {"ISearchManipulator: the 7 setters with client id NAME", false,
+         [](const char* n) {
+             ObjectPtr<ISearchManipulator> m =
+                 createSearchManipulatorByContext(freshContext(), nullptr, nullptr);
+             bool dirs = false;
+             const std::string calls = eachOf({
+                 [&] { m->setSearchStartedBehavior(n, ssbSuggestRememberedAndSearch); },
+                 [&] { m->setOwnSearchStartedCallback(n, nullptr); },
+                 [&] { m->setFilesFoundBehavior(n, ffbRememberChoice); },
+                 [&] { m->setOwnFilesFoundCallback(n, nullptr); },
+                 [&] { m->setNoFilesFoundBehavior(n, nfbRememberResultOrFailure); },
+                 [&] { m->setOwnNoFilesFoundCallback(n, nullptr); },
+                 [&] { dirs = m->setSearchDirsBehavior(n, sdbCaptureNow); },
+             });
+             return calls + ", setSearchDirsBehavior " + show(dirs);
+         }},
+        {"ISearchManipulator remembering for \"c\", search over <sandbox>: findBinFile(NAME) "
+         "twice, then the history's association of NAME",
+         true,
+         [](const char* n) {
+             ObjectPtr<IResolutionContext> c = freshContext();
+             ObjectPtr<ISearchManipulator> m =
+                 createSearchManipulatorByContext(c, nullptr, nullptr);
+             m->setSearchStartedBehavior("c", ssbSuggestRememberedAndSearch);
+             m->setFilesFoundBehavior("c", ffbRememberChoice);
+             m->setNoFilesFoundBehavior("c", nfbRememberResultOrFailure);
+             ObjectPtr<IFileSearch> search = sandboxSearch(c);
+             const std::string first = show(search->findBinFile(n, nullptr, nullptr, 0));
+             const std::string again = show(search->findBinFile(n, nullptr, nullptr, 0));
+             return first + ", " + again + ", " + show(m->getHistory()->findBinFileAssociation(n));
+         }},
+        {"utils::archiveFile(NAME, \"arch\", \"sub\")", true,
+         [](const char* n) { return archived(n, "arch", "sub"); }},
+        {"utils::archiveFile(\"image\", NAME, null)", true,
+         [](const char* n) { return archived("image", n, nullptr); }},
+        {"utils::archiveFile(\"image\", \"arch\", NAME)", true,
+         [](const char* n) { return archived("image", "arch", n); }},
+        {"user data directory NAME: utils::createUniqueTempDir", true,
+         [](const char* n) -> std::string {
+             // Null restores the default directory (under $HOME), and on a name near
+             // PATH_MAX create_directories builds a tree 500 levels deep that no cleanup
+             // removes by name: those are not called.
+             if (!n || std::strlen(n) >= 4000) return "not called";
+             tarnbase2::IProductLocations::setUserDataDir(n);
+             std::string dir;
+             const unsigned int code = utils::createUniqueTempDir(dir);
+             tarnbase2::IProductLocations::setUserDataDir(nullptr);
+             if (code != utils::kArchiveDone) return std::to_string(code);
+             const bool made = utils::isDirectory(dir.c_str());
+             // The last element is random: "ff-" and four groups of hex digits.
+             return "0 " + show(dir.substr(0, dir.size() - 22) + "ff-RANDOM") +
+                    (made ? " made" : " NOT MADE");
+         }},
     };
 }
 
@@ -410,4 +631,27 @@ TEST(BadInput, EveryEntryPointAnswersAsTheGoldenFileSays) {
                       << "\n  now:    " << got;
         ++reported;
     }
+}
+
+// A tail of a name that keeps PATH_MAX bytes or more after normalising names nothing the
+// system can open, so it is not offered: a 64 KiB name costs a search the tails that fit,
+// not seconds of building and normalising every tail. ".." elements that cancel the long
+// part leave every tail short enough, and all are offered.
+TEST(BadInput, TheFinderOffersOnlyTailsShortEnoughToOpen) {
+    auto offers = [](const std::string& name) {
+        fftest::RecordingResults results;
+        FilesFinder finder(ssHighPrioritySearchDirs, nullptr);
+        finder.addSearchDirectory("/d", false);
+        finder.find(name.c_str(), results);
+        return results.paths();
+    };
+    const std::vector<std::string> tails = offers(longName(65536));  // longest first
+    ASSERT_FALSE(tails.empty());
+    EXPECT_LT(tails.front().size() - 3, 4096u);  // "/d/" and a tail
+    EXPECT_GE(tails.front().size() - 3, 4096u - 8);
+    EXPECT_EQ("/d/long-nmx", tails.back());
+
+    std::string climbing = longName(8000);  // 1000 elements
+    for (int i = 0; i < 600; ++i) climbing += "/..";
+    EXPECT_EQ(1000u + 600u + 1u, offers(climbing + "/y").size());
 }

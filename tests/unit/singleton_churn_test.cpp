@@ -1,10 +1,9 @@
 // The process's singletons under churn: eight threads creating and releasing the checksum
-// calculator and the message manager, 100,000 times each in all. Built with
+// calculator, the message manager and the context manager, 100,000 times each in all. Built with
 // AddressSanitizer or ThreadSanitizer this is where a create() that hands out an object
 // being deleted shows up (a use after free, a double free, a race on the instance).
 //
 // FF_CHURN_ITERATIONS sets the total per singleton lower for slow runs (valgrind).
-// The context manager joins this churn when it lands (IResolutionContextMgr::create).
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -16,6 +15,7 @@
 
 #include "ff_checksum.h"
 #include "ff_checksum_impl.h"
+#include "ff_context.h"
 #include "ff_messages.h"
 
 using namespace FF_2_13;
@@ -73,6 +73,28 @@ TEST(SingletonChurn, MessageManagerIsOneLiveObjectForEveryThread) {
                 failures.fetch_add(1);
             // A default message object must be there from the first create() on.
             else if (!manager->getFileDoesNotExistMessage())
+                failures.fetch_add(1);
+        }
+    });
+    EXPECT_EQ(failures.load(), 0u);
+}
+
+// Second, and before anything else in the process made it: the first create() calls race.
+TEST(SingletonChurn, ContextManagerIsOneLiveObjectForEveryThread) {
+    const unsigned iterations = iterationsPerThread();
+    std::atomic<IResolutionContextMgr*> first{nullptr};
+    std::atomic<unsigned> failures{0};
+    onThreadsAtOnce([&](unsigned) {
+        for (unsigned i = 0; i < iterations; ++i) {
+            ObjectPtr<IResolutionContextMgr> manager = IResolutionContextMgr::create();
+            IResolutionContextMgr* expected = nullptr;
+            if (!manager || (!first.compare_exchange_strong(expected, manager.get()) &&
+                             expected != manager.get()))
+                failures.fetch_add(1);
+            // Each handed-out manager must work, not merely be the same address.
+            else if (ObjectPtr<IResolutionContext> c =
+                         manager->createFileSystemContext("/x/", false);
+                     !c || std::strcmp(c->getUniqueID(), "/x") != 0)
                 failures.fetch_add(1);
         }
     });
