@@ -1,7 +1,6 @@
-// File-system trouble during searches and archiving: directories that vanish in the middle
-// of a walk, deep and long paths, hostile names, a full disk, many threads on one archive,
-// and searches that must not leak descriptors. (A directory that cannot be listed when the
-// walk reaches it is the directory finder's test.)
+// File-system trouble during searches and archiving: directories that vanish or lock up in
+// the middle of a walk, deep and long paths, hostile names, a full disk, many threads on one archive,
+// and searches that must not leak descriptors.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -57,6 +56,30 @@ TEST(Faults, ADirectoryThatVanishesAfterItWasListedIsSkipped) {
     finder.addSearchDirectory((tmp / "tree").c_str(), true);
     EXPECT_FALSE(finder.find("x.so", results));
     EXPECT_EQ(3u, results.offers.size());  // tree/x.so twice, then the entered one's only
+}
+
+TEST(Faults, ADirectoryThatLocksUpMidScanRaisesTheFileSystemError) {
+    fftest::TempDir tmp;
+    tmp.makeFile("tree/a/inner/x", "x");
+    fftest::openToEveryone(tmp.path());
+    const std::string locked = tmp / "tree/a";
+    ASSERT_EQ(0, ::chown(locked.c_str(), 65534, 65534));  // the unprivileged child locks it
+    EXPECT_EQ(0, fftest::runUnprivileged([&] {
+                  fftest::RecordingResults results;
+                  results.stopAt = [&](const std::string&) {  // locks it at the first candidate
+                      ::chmod(locked.c_str(), 0);
+                      return false;
+                  };
+                  FilesFinder finder(ssLowPrioritySearchDirs, nullptr);
+                  finder.addSearchDirectory((tmp / "tree").c_str(), true);
+                  try {
+                      finder.find("x.so", results);
+                  } catch (const fs::filesystem_error& e) {
+                      return e.path1().string() == locked;
+                  }
+                  return false;
+              }));
+    ::chmod(locked.c_str(), 0755);
 }
 
 TEST(Faults, ATreeTwoHundredLevelsDeepIsWalkedToTheBottom) {
