@@ -1,6 +1,6 @@
 // File-system trouble during searches and archiving: directories that vanish or lock up in
-// the middle of a walk, deep and long paths, hostile names, a full disk, many threads on one archive,
-// and searches that must not leak descriptors.
+// the middle of a walk, deep and long paths, hostile names, a full disk, many threads on
+// one archive, and searches that must not leak descriptors.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
