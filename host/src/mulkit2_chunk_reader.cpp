@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <condition_variable>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <system_error>
@@ -47,18 +48,35 @@ bool readOnCallingThread(int fd, unsigned int chunkSize, const chunk_consumer_t&
     }
 }
 
-// A single-producer, single-consumer ring of chunks. The reader thread fills slots and
-// publishes them in batches; the consumer drains them in order. Counters are chunk
-// numbers since the start, so `produced - consumed` is the number of filled slots.
+// Positional read of up to `size` bytes, retried when a signal interrupts it.
+ssize_t readAt(int fd, unsigned char* buffer, unsigned int size, off_t offset) {
+    for (;;) {
+        const ssize_t count = ::pread(fd, buffer, size, offset);
+        if (count >= 0 || errno != EINTR) return count;
+    }
+}
+
+// The consumer reads one chunk in this many itself. Its own reads land in its own cache;
+// the reader thread's land in a ring the consumer's core must fetch them from, which
+// makes them dearer: with this share, neither side waits long for the other whether
+// the hash is slow (MD5) or fast (SHA1).
+constexpr std::size_t kConsumerShare = 6;
+
+// Chunks are numbered from the starting offset. Every kConsumerShare-th chunk is read by
+// the consumer itself, into a buffer of its own, the others by the reader thread into a
+// ring of slots (chunk k in slot k % slots), published in batches. A chunk shorter than
+// the chunk size, or empty, ends the file: `m_end` is the number of chunks it has.
 class ReadAheadRing {
 public:
-    ReadAheadRing(int fd, unsigned int chunkSize)
+    ReadAheadRing(int fd, off_t start, unsigned int chunkSize)
         : m_fd(fd),
+          m_start(start),
           m_chunkSize(chunkSize),
           m_slots(std::max<std::size_t>(4, kRingBytes / chunkSize)),
           m_handOver(std::min(kHandOverChunks, m_slots / 4)),
           m_storage(new unsigned char[m_slots * chunkSize]),
-          m_lengths(m_slots) {}
+          m_lengths(m_slots),
+          m_ownBuffer(new unsigned char[chunkSize]) {}
 
     ReadAheadRing(const ReadAheadRing&) = delete;
     ReadAheadRing& operator=(const ReadAheadRing&) = delete;
@@ -66,41 +84,40 @@ public:
     // Runs on the reader thread until the end of the file, a read error, or stop().
     void produce() {
         std::size_t next = 0;
-        std::size_t room = m_slots;
+        std::size_t limit = m_slots;  // chunks below it have a free slot
         for (;;) {
-            std::size_t filled = 0;
             bool atEnd = false;
             bool failed = false;
-            while (filled < room && filled < m_handOver) {
-                const std::size_t slot = (next + filled) % m_slots;
-                const ssize_t count = readOnce(m_fd, slotData(slot), m_chunkSize);
-                if (count <= 0) {
-                    atEnd = count == 0;
-                    failed = count < 0;
+            std::size_t chunksInFile = SIZE_MAX;
+            const std::size_t batchEnd = std::min(limit, next + m_handOver);
+            for (; next < batchEnd && !atEnd; ++next) {
+                if (readByConsumer(next)) continue;
+                const std::size_t slot = next % m_slots;
+                const ssize_t count = readAt(m_fd, slotData(slot), m_chunkSize, offsetOf(next));
+                if (count < 0) {
+                    failed = true;
                     break;
                 }
                 m_lengths[slot] = static_cast<std::size_t>(count);
-                ++filled;
+                atEnd = count < static_cast<ssize_t>(m_chunkSize);
+                if (atEnd) chunksInFile = next + (count > 0 ? 1 : 0);
             }
-            next += filled;
 
             std::unique_lock<std::mutex> lock(m_mutex);
             m_produced = next;
-            if (atEnd || failed) {
-                m_finished = true;
-                m_readFailed = failed;
-                m_changed.notify_all();
-                return;
-            }
+            m_readFailed = m_readFailed || failed;
+            m_end = std::min(m_end, chunksInFile);
             if (m_consumerWaiting) m_changed.notify_all();
-            if (freeSlots() == 0) {
+            if (failed || atEnd || m_stopped) return;
+            if (next >= m_consumed + m_slots) {
                 // Wait for half the ring, not one slot, so the consumer wakes us rarely.
                 m_producerWaiting = true;
-                m_changed.wait(lock, [&] { return m_stopped || freeSlots() >= m_slots / 2; });
+                m_changed.wait(
+                    lock, [&] { return m_stopped || m_consumed + m_slots - next >= m_slots / 2; });
                 m_producerWaiting = false;
+                if (m_stopped) return;
             }
-            if (m_stopped) return;
-            room = freeSlots();
+            limit = m_consumed + m_slots;
         }
     }
 
@@ -108,24 +125,38 @@ public:
     bool consumeAll(const chunk_consumer_t& consume) {
         std::size_t next = 0;
         for (;;) {
-            std::size_t available = 0;
+            std::size_t ready = 0;  // chunks below it that the reader thread has published
+            std::size_t end = 0;
             {
                 std::unique_lock<std::mutex> lock(m_mutex);
                 m_consumed = next;
-                if (m_producerWaiting && freeSlots() >= m_slots / 2) m_changed.notify_all();
-                m_consumerWaiting = true;
-                m_changed.wait(lock, [&] { return m_produced > next || m_finished; });
-                m_consumerWaiting = false;
+                if (m_producerWaiting && m_consumed + m_slots - m_produced >= m_slots / 2)
+                    m_changed.notify_all();
+                if (!readByConsumer(next)) {
+                    m_consumerWaiting = true;
+                    m_changed.wait(
+                        lock, [&] { return m_produced > next || m_readFailed || next >= m_end; });
+                    m_consumerWaiting = false;
+                }
                 if (m_readFailed) return false;
-                available = m_produced - next;
+                if (next >= m_end) return true;
+                ready = std::min(m_produced, m_end);
+                end = m_end;
             }
-            if (available == 0) return true;  // finished and drained
-            available = std::min(available, m_handOver);
-            for (std::size_t i = 0; i < available; ++i) {
-                const std::size_t slot = (next + i) % m_slots;
-                if (!consume(slotData(slot), m_lengths[slot])) return false;
+            for (const std::size_t last = std::min(next + m_handOver, end); next < last; ++next) {
+                if (readByConsumer(next)) {
+                    const ssize_t count =
+                        readAt(m_fd, m_ownBuffer.get(), m_chunkSize, offsetOf(next));
+                    if (count < 0) return false;
+                    if (count > 0 && !consume(m_ownBuffer.get(), std::size_t(count))) return false;
+                    if (count < static_cast<ssize_t>(m_chunkSize)) return true;
+                } else if (next < ready) {
+                    const std::size_t slot = next % m_slots;
+                    if (!consume(slotData(slot), m_lengths[slot])) return false;
+                } else {
+                    break;
+                }
             }
-            next += available;
         }
     }
 
@@ -137,22 +168,26 @@ public:
     }
 
 private:
+    bool readByConsumer(std::size_t chunk) const { return chunk % kConsumerShare == 0; }
+    off_t offsetOf(std::size_t chunk) const {
+        return m_start + static_cast<off_t>(chunk) * static_cast<off_t>(m_chunkSize);
+    }
     unsigned char* slotData(std::size_t slot) { return m_storage.get() + slot * m_chunkSize; }
-    // Called with m_mutex held.
-    std::size_t freeSlots() const { return m_slots - (m_produced - m_consumed); }
 
     const int m_fd;
+    const off_t m_start;
     const unsigned int m_chunkSize;
     const std::size_t m_slots;
     const std::size_t m_handOver;  // chunks passed to the other side per lock
     std::unique_ptr<unsigned char[]> m_storage;
     std::vector<std::size_t> m_lengths;
+    std::unique_ptr<unsigned char[]> m_ownBuffer;  // the consumer's chunks
 
     std::mutex m_mutex;
     std::condition_variable m_changed;
-    std::size_t m_produced = 0;
+    std::size_t m_produced = 0;  // the reader thread's chunks below it are in their slots
     std::size_t m_consumed = 0;
-    bool m_finished = false;
+    std::size_t m_end = SIZE_MAX;
     bool m_readFailed = false;
     bool m_stopped = false;
     bool m_producerWaiting = false;
@@ -186,7 +221,9 @@ bool read_in_chunks(int fd, unsigned int chunkSize, unsigned long long expectedS
                                    chunkSize <= kReadAheadMaxChunk;
     if (!worthReadingAhead) return readOnCallingThread(fd, chunkSize, consume);
 
-    ReadAheadRing ring(fd, chunkSize);
+    const off_t start = ::lseek(fd, 0, SEEK_CUR);
+    if (start < 0) return readOnCallingThread(fd, chunkSize, consume);
+    ReadAheadRing ring(fd, start, chunkSize);
     std::unique_ptr<ReaderThread> reader;
     try {
         reader.reset(new ReaderThread(ring));

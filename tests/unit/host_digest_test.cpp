@@ -89,7 +89,7 @@ TEST(ChunkReader, ReadAheadDeliversTheFileInOrderAndStopsCleanly) {
                  }),
                  std::runtime_error);
     EXPECT_FALSE(readWith([](const unsigned char*, std::size_t) { return true; }, O_WRONLY))
-        << "a read error on the reader thread fails the whole read";
+        << "a read error fails the whole read";
 }
 
 TEST(FileDigest, UnreadableFileIsAFailure) {

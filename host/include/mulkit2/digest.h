@@ -14,8 +14,8 @@
 // nothing.
 //
 // Files are read with read(2) in chunks of the given size and fed to the digest as they
-// come; a file is never held in memory whole. A file of 1 MiB or more is read by a
-// short-lived second thread, up to 2 MiB of chunks ahead of the digest, so that the
+// come; a file is never held in memory whole. Most chunks of a file of 1 MiB or more are
+// read by a short-lived second thread, up to 2 MiB ahead of the digest, so that the
 // reads overlap the hashing; the call still returns only when the whole file is done. Each algorithm is fetched from the
 // providers once per process and shared by every digest object. One digest object
 // belongs to one thread at a time; separate objects may run on separate threads.
