@@ -1,15 +1,10 @@
-// Searches from many threads while other threads change everything the searches read.
-//
-// Eight threads search through one context manager, one shared IFileSearch and one
-// shared history; meanwhile other threads register and replace search directories,
-// replace and destroy files-found callbacks, capture and release the client's
-// directories, and add and clear history entries. Every result is checked against the
-// tree built here: a wrong file is never acceptable. A watchdog fails the run with each
-// thread's last known position when no thread makes progress for a long while.
-//
+// Eight threads search through one context manager, one shared IFileSearch and one shared
+// history while other threads register and replace search directories, replace and destroy
+// files-found callbacks, capture and release the client's directories, and add and clear
+// history entries. A wrong file is never acceptable; a watchdog reports each thread's last
+// position when no thread makes progress for a long while. Built with ThreadSanitizer by
+// ./test.sh, where any race report fails the run.
 //   search_stress [SECONDS] [SEARCHES_PER_THREAD]     (defaults: 20 s, 400)
-//
-// Built with ThreadSanitizer by ./test.sh; any race report fails the run.
 #include <file_finder.h>
 
 #include <atomic>
@@ -33,11 +28,7 @@ constexpr int kSearchers = 8;
 constexpr int kFiles = 24;
 constexpr char kClient[] = "stress";
 
-std::atomic<bool> g_stop{false};
-std::atomic<long> g_searches{0};
-std::atomic<long> g_wrong{0};
-std::atomic<long> g_destroyedMidSearch{0};
-std::atomic<long> g_progress{0};
+std::atomic<long> g_searches{0}, g_wrong{0}, g_destroyedMidSearch{0}, g_progress{0};
 
 // What each thread did last, for the watchdog's report.
 struct Position {
@@ -73,45 +64,22 @@ private:
     std::atomic<int> m_inCall{0};
 };
 
-struct Tree {
-    std::string root;
-    std::vector<std::string> names;
-    std::vector<std::string> paths;
-};
-
-Tree buildTree(const std::string& root) {
-    Tree tree;
-    tree.root = root;
-    for (int i = 0; i < kFiles; ++i) {
-        const std::string dir = root + "/tree/d" + std::to_string(i % 6) + "/s" + std::to_string(i);
-        fs::create_directories(dir);
-        tree.names.push_back("libstress" + std::to_string(i) + ".so");
-        tree.paths.push_back(dir + "/" + tree.names.back());
-        std::ofstream(tree.paths.back()) << "file " << i;
-    }
-    fs::create_directories(root + "/tree/d0/loop");
-    fs::create_symlink(root + "/tree", root + "/tree/d0/loop/back");  // a loop to an ancestor
-    return tree;
-}
-
-void check(const Tree& tree, int i, const ObjectPtr<IValidFile>& found) {
-    ++g_searches;
-    ++g_progress;
-    if (!found || tree.paths[i] != found->name()) {
-        ++g_wrong;
-        std::fprintf(stderr, "wrong result for %s: %s\n", tree.names[i].c_str(),
-                     found ? found->name() : "nothing");
-    }
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
     const int seconds = argc > 1 ? std::atoi(argv[1]) : 20;
     const int perThread = argc > 2 ? std::atoi(argv[2]) : 400;
     const fs::path work = fs::temp_directory_path() / fs::unique_path("ff-stress-%%%%-%%%%");
-    fs::create_directories(work);
-    const Tree tree = buildTree(work.string());
+    std::vector<std::string> names, paths;
+    for (int i = 0; i < kFiles; ++i) {
+        const fs::path dir = work / ("tree/d" + std::to_string(i % 6)) / ("s" + std::to_string(i));
+        fs::create_directories(dir);
+        names.push_back("libstress" + std::to_string(i) + ".so");
+        paths.push_back((dir / names.back()).string());
+        std::ofstream(paths.back()) << "file " << i;
+    }
+    fs::create_directories(work / "tree/d0/loop");
+    fs::create_symlink(work / "tree", work / "tree/d0/loop/back");  // a loop to an ancestor
 
     ObjectPtr<IResolutionContextMgr> manager = IResolutionContextMgr::create();
     ObjectPtr<IResolutionContext> project =
@@ -122,7 +90,6 @@ int main(int argc, char** argv) {
     ObjectPtr<IEditableSearchDirContainer> dirs = IEditableSearchDirContainer::create();
     dirs->addDirectory(scBinaryFiles, (work / "tree").c_str(), true, false);
     manager->registerSearchDirs(*user, dirs, "tree");
-
     ObjectPtr<ISearchHistory> history = ISearchHistory::create();
     ObjectPtr<ISearchManipulator> manipulator = createSearchManipulatorByContext(
         project, ObjectPtr<IEditableSearchDirContainer>(), history);
@@ -135,20 +102,24 @@ int main(int argc, char** argv) {
         threads.emplace_back([&, t] {
             std::mt19937 random(t);
             Position& at = g_positions[t];
-            for (int n = 0; n < perThread && !g_stop; ++n) {
+            for (int n = 0; n < perThread; ++n) {
                 const int i = static_cast<int>(random() % kFiles);
                 try {
-                    if (t % 2 == 0) {
-                        at.what = "searching through the shared FileSearch";
-                        check(tree, i,
-                              shared->findBinFile(tree.names[i].c_str(), nullptr, nullptr, 0));
-                    } else {
+                    ObjectPtr<IFileSearch> search = shared;
+                    if (t % 2) {
                         at.what = "creating a FileSearch through the manager";
-                        ObjectPtr<IFileSearch> own =
-                            manager->createFileSearch(*project, kClient, nullptr);
-                        at.what = "searching through its own FileSearch";
-                        check(tree, i,
-                              own->findBinFile(tree.names[i].c_str(), nullptr, nullptr, 0));
+                        search = manager->createFileSearch(*project, kClient, nullptr);
+                    }
+                    at.what = t % 2 ? "searching through its own FileSearch"
+                                    : "searching through the shared FileSearch";
+                    ObjectPtr<IValidFile> found =
+                        search->findBinFile(names[i].c_str(), nullptr, nullptr, 0);
+                    ++g_searches;
+                    ++g_progress;
+                    if (!found || paths[i] != found->name()) {
+                        ++g_wrong;
+                        std::fprintf(stderr, "wrong result for %s: %s\n", names[i].c_str(),
+                                     found ? found->name() : "nothing");
                     }
                 } catch (const std::exception& e) {
                     ++g_wrong;
@@ -161,18 +132,18 @@ int main(int argc, char** argv) {
     }
 
     std::atomic<int> searchersDone{0};
+    std::vector<std::thread> mutators;
     auto mutator = [&](int slot, auto step) {
-        return std::thread([&, slot, step] {
+        mutators.emplace_back([&, slot, step] {
             std::mt19937 random(100 + slot);
-            while (searchersDone.load() < kSearchers && !g_stop) {
+            while (searchersDone.load() < kSearchers) {
                 step(random, g_positions[kSearchers + slot]);
                 ++g_progress;
             }
             g_positions[kSearchers + slot].what = "done";
         });
     };
-    std::vector<std::thread> mutators;
-    mutators.push_back(mutator(0, [&](std::mt19937& random, Position& at) {
+    mutator(0, [&](std::mt19937& random, Position& at) {
         // Directories that hold nothing of the tree: they change what is walked, never the answer.
         at.what = "registering search directories";
         ObjectPtr<IEditableSearchDirContainer> more = IEditableSearchDirContainer::create();
@@ -180,34 +151,28 @@ int main(int argc, char** argv) {
                            random() % 2 == 0, random() % 2 == 0);
         manager->registerSearchDirs(random() % 2 ? *project : *user, more,
                                     ("extra" + std::to_string(random() % 3)).c_str());
-    }));
+    });
     std::unique_ptr<FirstValid> filesFound;  // only the replacing thread touches it
-    mutators.push_back(mutator(1, [&](std::mt19937&, Position& at) {
+    mutator(1, [&](std::mt19937&, Position& at) {
         at.what = "replacing the files-found callback";
         auto next = std::make_unique<FirstValid>();
         manager->registerFilesFoundCallback(*project, kClient, next.get());
         at.what = "destroying the replaced files-found callback";
         filesFound = std::move(next);
-    }));
-    mutators.push_back(mutator(2, [&](std::mt19937& random, Position& at) {
-        if (random() % 2) {
-            at.what = "capturing search directories";
-            manager->captureSearchDirs(*project, kClient);
-        } else {
-            at.what = "releasing search directories";
-            manager->releaseSearchDirs(*project, kClient);
-        }
-    }));
-    mutators.push_back(mutator(3, [&](std::mt19937& random, Position& at) {
+    });
+    mutator(2, [&](std::mt19937& random, Position& at) {
+        const bool capture = random() % 2;
+        at.what = capture ? "capturing search directories" : "releasing search directories";
+        capture ? manager->captureSearchDirs(*project, kClient)
+                : manager->releaseSearchDirs(*project, kClient);
+    });
+    mutator(3, [&](std::mt19937& random, Position& at) {
         const int i = static_cast<int>(random() % kFiles);
-        if (random() % 4 == 0) {
-            at.what = "clearing the history";
-            history->clear(scBinaryFiles);
-        } else {
-            at.what = "adding to the history";
-            history->addBinFileAssociation(tree.names[i].c_str(), tree.paths[i].c_str());
-        }
-    }));
+        const bool clear = random() % 4 == 0;
+        at.what = clear ? "clearing the history" : "adding to the history";
+        clear ? history->clear(scBinaryFiles)
+              : void(history->addBinFileAssociation(names[i].c_str(), paths[i].c_str()));
+    });
 
     // The watchdog: progress must show within two minutes, however loaded the machine.
     std::thread watchdog([&] {
@@ -215,9 +180,8 @@ int main(int argc, char** argv) {
         auto lastChange = std::chrono::steady_clock::now();
         while (searchersDone.load() < kSearchers) {
             std::this_thread::sleep_for(std::chrono::milliseconds(200));
-            const long now = g_progress.load();
-            if (now != seen) {
-                seen = now;
+            if (g_progress.load() != seen) {
+                seen = g_progress.load();
                 lastChange = std::chrono::steady_clock::now();
             } else if (std::chrono::steady_clock::now() - lastChange > std::chrono::seconds(120)) {
                 std::fprintf(stderr, "deadlock: no progress for 120 s; last positions:\n");
@@ -232,7 +196,6 @@ int main(int argc, char** argv) {
         t.join();
         ++searchersDone;
     }
-    g_stop = true;
     for (std::thread& t : mutators) t.join();
     watchdog.join();
 

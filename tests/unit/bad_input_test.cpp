@@ -1,22 +1,19 @@
-// Bad input at every public entry point: a table of awkward names (null, empty, dot
-// names, names that climb out with "..", names around PATH_MAX and far beyond it, a
-// component over NAME_MAX, high bytes, newlines, names of another system) through each
-// function that takes a name. The outcome of every call, its answer or "logic_error" for
-// the documented failure on a null argument, is compared with the golden file
-// tests/data/bad_input.golden. Nothing may crash, and no other exception may leave.
+// Bad input at every public entry point: awkward names (null, empty, dot names, ".." climbs,
+// names around and far beyond PATH_MAX, a component over NAME_MAX, high bytes, newlines,
+// names of another system) through each function that takes a name. Every outcome, its
+// answer or "logic_error" for the documented failure on null, must match
+// tests/data/bad_input.golden; nothing may crash and no other exception may leave.
+// FF_UPDATE_GOLDEN=1 rewrites the golden file after an intended change: review its diff.
 //
-// After an intended change of behaviour, FF_UPDATE_GOLDEN=1 rewrites the golden file from
-// this run; review its diff like code.
-//
-// Calls that touch files run in a sandbox: a fresh tree <tmp>/d1/d2/d3 for every call,
-// with the working directory at d3, so that relative names land below it, "../.." stays
-// inside <tmp>, and an absolute name is taken as relative to d3 ("/x" is d3/x). Outcomes
-// show d3 as <sandbox>.
+// Calls that touch files get a fresh tree <tmp>/d1/d2/d3 each, with the working directory at
+// d3: relative names land below it, "../.." stays inside <tmp>, and "/x" is taken as d3/x.
+// Outcomes show d3 as <sandbox>.
 #include <gtest/gtest.h>
 #include <zlib.h>
 
 #include <boost/filesystem.hpp>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -27,19 +24,8 @@
 #include <typeinfo>
 #include <vector>
 
-#include "ff_checksum.h"
-#include "ff_cmdline_dirs.h"
-#include "ff_context.h"
 #include "ff_files_finder.h"
-#include "ff_history.h"
-#include "ff_kernel_image.h"
-#include "ff_manipulator.h"
-#include "ff_persistent_dirs.h"
-#include "ff_search.h"
-#include "ff_search_steps.h"
-#include "ff_searchdirs.h"
-#include "ff_searchenv.h"
-#include "ff_utils.h"
+#include "file_finder.h"
 #include "search_doubles.h"
 #include "tarnbase2/tarnbase2.h"
 #include "temp_dir.h"
@@ -55,7 +41,6 @@ struct BadInput {
     std::string label;
     bool isNull;
     std::string text;
-    const char* get() const { return isNull ? nullptr : text.c_str(); }
 };
 
 // A relative name of exactly `size` bytes made of 8-byte components.
@@ -70,102 +55,80 @@ std::string longName(size_t size) {
 std::vector<BadInput> badInputs() {
     std::string highBytes;
     for (int c = 0x80; c <= 0xFF; ++c) highBytes.push_back(static_cast<char>(c));
+    // clang-format off
     return {
-        {"null", true, ""},
-        {"empty", false, ""},
-        {"root", false, "/"},
-        {"dot", false, "."},
-        {"dot-dot", false, ".."},
-        {"climbing relative", false, "a/../../etc/passwd"},
-        {"climbing absolute", false, "/../../x"},
-        {"4095 bytes", false, longName(4095)},
-        {"4096 bytes", false, longName(4096)},
-        {"4097 bytes", false, longName(4097)},
+        {"null", true, ""}, {"empty", false, ""}, {"root", false, "/"}, {"dot", false, "."},
+        {"dot-dot", false, ".."}, {"climbing relative", false, "a/../../etc/passwd"},
+        {"climbing absolute", false, "/../../x"}, {"4095 bytes", false, longName(4095)},
+        {"4096 bytes", false, longName(4096)}, {"4097 bytes", false, longName(4097)},
         {"65536 bytes", false, longName(65536)},
         {"256-byte component", false, "d/" + std::string(256, 'c')},
-        {"bytes 0x80-0xFF", false, highBytes},
-        {"newlines", false, "dir\nname\n"},
-        {"drive path", false, "C:\\dir\\x.pdb"},
-        {"share path", false, "\\\\srv\\share\\x"},
-        {"drive-relative", false, "D:x"},
-        {"one backslash", false, "\\x\\y"},
-        {"mixed drive", false, "C:\\dir/sub\\x.pdb"},
-        {"mixed absolute", false, "/a\\b/../c\\d/"},
+        {"bytes 0x80-0xFF", false, highBytes}, {"newlines", false, "dir\nname\n"},
+        {"drive path", false, "C:\\dir\\x.pdb"}, {"share path", false, "\\\\srv\\share\\x"},
+        {"drive-relative", false, "D:x"}, {"one backslash", false, "\\x\\y"},
+        {"mixed drive", false, "C:\\dir/sub\\x.pdb"}, {"mixed absolute", false, "/a\\b/../c\\d/"},
     };
-}
-
-// 64-bit FNV-1a: a stable fingerprint of long outcomes.
-uint64_t fingerprint(const std::string& text) {
-    uint64_t hash = 14695981039346656037ull;
-    for (unsigned char c : text) hash = (hash ^ c) * 1099511628211ull;
-    return hash;
+    // clang-format on
 }
 
 std::string escaped(const std::string& text) {
     std::string out = "\"";
+    char hex[8];
     for (unsigned char c : text) {
-        if (c == '"' || c == '\\') {
-            out += '\\';
-            out += static_cast<char>(c);
-        } else if (c == '\n') {
-            out += "\\n";
-        } else if (c < 0x20 || c >= 0x7F) {
-            static const char digits[] = "0123456789abcdef";
-            out += "\\x";
-            out += digits[c >> 4];
-            out += digits[c & 15];
-        } else {
-            out += static_cast<char>(c);
-        }
+        std::snprintf(hex, sizeof hex, "\\x%02x", c);
+        out += c == '"' || c == '\\'   ? std::string{'\\', static_cast<char>(c)}
+               : c == '\n'             ? std::string("\\n")
+               : c < 0x20 || c >= 0x7F ? std::string(hex)
+                                       : std::string(1, static_cast<char>(c));
     }
     return out + "\"";
 }
 
-// A string as the golden file shows it: quoted when short, else its length, first bytes
-// and fingerprint.
+// A string as the golden file shows it: quoted when short, else its length, first bytes and
+// its 64-bit FNV-1a fingerprint.
 std::string show(const std::string& text) {
     if (text.size() <= 128) return escaped(text);
+    uint64_t hash = 14695981039346656037ull;
+    for (unsigned char c : text) hash = (hash ^ c) * 1099511628211ull;
     std::ostringstream out;
     out << "<" << text.size() << " bytes " << escaped(text.substr(0, 24)) << "... fnv " << std::hex
-        << fingerprint(text) << ">";
+        << hash << ">";
     return out.str();
 }
-
+std::string show(const char* text) {
+    return show(std::string(text));
+}
 std::string show(bool answer) {
     return answer ? "true" : "false";
 }
-
-std::string show(const ObjectPtr<IFileAssociation>& association) {
-    return association ? show(std::string(association->resolvedName())) : "none";
+std::string show(const ObjectPtr<IChecksum>& sum) {
+    return sum ? show(sum->value()) : "none";
 }
-
+std::string show(const ObjectPtr<IFileAssociation>& association) {
+    return association ? show(association->resolvedName()) : "none";
+}
 std::string show(const ObjectPtr<IValidFile>& file) {
-    return file ? show(std::string(file->name())) + " step " + std::to_string(file->searchStep())
-                : "none";
+    return file ? show(file->name()) + " step " + std::to_string(file->searchStep()) : "none";
 }
 
 // Every category's directories, as "category:name" with R (recursive) and H (high).
 template <class Enumerate>
 std::string showDirs(Enumerate enumerate) {
     std::string out = "[";
+    const char* name;
+    bool recursive, high;
     for (search_category_t c : {scBinaryFiles, scSymbolFiles, scSourceFiles, scAllFiles}) {
         ObjectPtr<ISearchDirIterator> it = enumerate(c);
-        const char* name;
-        bool recursive, high;
         if (!it) continue;
-        for (it->reset(); it->getCurrentRecord(name, recursive, high); it->next()) {
-            if (out.size() > 1) out += ", ";
-            out += std::to_string(c) + ":" + show(std::string(name)) + (recursive ? " R" : "") +
-                   (high ? " H" : "");
-        }
+        for (it->reset(); it->getCurrentRecord(name, recursive, high); it->next())
+            out += (out.size() > 1 ? ", " : "") + std::to_string(c) + ":" + show(name) +
+                   (recursive ? " R" : "") + (high ? " H" : "");
     }
     return out + "]";
 }
-
 std::string show(const ISearchDirContainer& dirs) {
     return showDirs([&](search_category_t c) { return dirs.enumerate(c); });
 }
-
 // What a search would read: its directories, the archive directories that serve every
 // category, the cache directory.
 std::string show(ISearchEnv& env) {
@@ -173,14 +136,14 @@ std::string show(ISearchEnv& env) {
            " archive " + showDirs([&](search_category_t c) {
                return c == scAllFiles ? env.archiveDirs(c) : ObjectPtr<ISearchDirIterator>();
            }) +
-           " cache " + show(std::string(env.cacheDir()));
+           " cache " + show(env.cacheDir());
 }
 
 // "ok" or "logic_error" for each call in turn; any other exception leaves.
 std::string eachOf(std::initializer_list<std::function<void()>> calls) {
     std::string out;
     for (const std::function<void()>& call : calls) {
-        if (!out.empty()) out += ' ';
+        out += out.empty() ? "" : " ";
         try {
             call();
             out += "ok";
@@ -216,6 +179,13 @@ ObjectPtr<IFileSearch> sandboxSearch(ObjectPtr<IResolutionContext> context = fre
     return mgr->createFileSearch(*context, "c", nullptr);
 }
 
+std::string parsed(bool (*parse)(const char*, IEditableSearchDirContainer&, std::string&),
+                   const char* text) {
+    ObjectPtr<IEditableSearchDirContainer> dirs = IEditableSearchDirContainer::create();
+    std::string error;
+    return parse(text, *dirs, error) ? "true " + show(*dirs) : "false: " + show(error);
+}
+
 // archiveFile's code, and on 0 or 6 where the copy stands and whether it is whole: a
 // regular file (not a link) whose MD5 names its directory.
 std::string archived(const char* file, const char* dir, const char* sub) {
@@ -232,11 +202,10 @@ std::string archived(const char* file, const char* dir, const char* sub) {
 
 // A small gzip stream behind some boot code: a kernel image that extracts.
 std::string kernelImage() {
-    const std::string kernel = "the kernel proper";
+    std::string kernel = "the kernel proper", gzip(256, '\0');
     z_stream stream{};
     deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, 31, 8, Z_DEFAULT_STRATEGY);
-    std::string gzip(256, '\0');
-    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(kernel.data()));
+    stream.next_in = reinterpret_cast<Bytef*>(&kernel[0]);
     stream.avail_in = static_cast<uInt>(kernel.size());
     stream.next_out = reinterpret_cast<Bytef*>(&gzip[0]);
     stream.avail_out = static_cast<uInt>(gzip.size());
@@ -248,7 +217,7 @@ std::string kernelImage() {
 
 // The tree the calls that touch files run in; see the top of the file.
 class Sandbox {
-  public:
+public:
     Sandbox() : m_base(m_tmp / "d1/d2/d3"), m_previousDirectory(fs::current_path()) {}
     ~Sandbox() { fs::current_path(m_previousDirectory); }
 
@@ -258,13 +227,12 @@ class Sandbox {
         m_tmp.makeFile("d1/d2/d3/image", kernelImage());
         fs::current_path(m_base);
     }
-    // No input climbs more than two levels, so every name stays inside <tmp>. A share
-    // name is absolute once canonical ("//srv/share/x"), so it is kept below d3 too, as
-    // one odd element.
+    // No input climbs more than two levels, so every name stays inside <tmp>. A share name
+    // is absolute once canonical ("//srv/share/x"), so it is kept below d3 too, as one odd
+    // element.
     std::string place(const std::string& name) const {
         if (!name.empty() && name[0] == '/') return m_base + name;
-        if (name.rfind("\\\\", 0) == 0) return m_base + "/" + name;
-        return name;
+        return name.rfind("\\\\", 0) == 0 ? m_base + "/" + name : name;
     }
     std::string hide(std::string text) const {
         for (size_t at; (at = text.find(m_base)) != std::string::npos;)
@@ -272,7 +240,7 @@ class Sandbox {
         return text;
     }
 
-  private:
+private:
     fftest::TempDir m_tmp;
     const std::string m_base;
     const fs::path m_previousDirectory;
@@ -284,73 +252,55 @@ struct EntryPoint {
     std::function<std::string(const char* name)> outcome;
 };
 
-ObjectPtr<ISearchDirContainer> parsedBy(bool (*parse)(const char*, IEditableSearchDirContainer&,
-                                                      std::string&),
-                                        const char* text, std::string& answer) {
-    ObjectPtr<IEditableSearchDirContainer> dirs = IEditableSearchDirContainer::create();
-    std::string error;
-    answer = parse(text, *dirs, error) ? "true " + show(*dirs) : "false: " + show(error);
-    return dirs;
-}
-
 std::vector<EntryPoint> entryPoints() {
     using namespace utils;
     return {
-        {"addSubPart(NAME, \"sub\")", false,
-         [](const char* n) { return show(addSubPart(n, "sub")); }},
-        {"addSubPart(\"/base\", NAME)", false,
-         [](const char* n) { return show(addSubPart("/base", n)); }},
+        {"addSubPart(NAME, \"sub\")", false, [](auto n) { return show(addSubPart(n, "sub")); }},
+        {"addSubPart(\"/base\", NAME)", false, [](auto n) { return show(addSubPart("/base", n)); }},
         {"getCanonicalName(NAME, false)", false,
-         [](const char* n) { return show(getCanonicalName(n, false)); }},
+         [](auto n) { return show(getCanonicalName(n, false)); }},
         {"getCanonicalName(NAME, true)", false,
-         [](const char* n) { return show(getCanonicalName(n, true)); }},
+         [](auto n) { return show(getCanonicalName(n, true)); }},
         {"compareCanonicalFileNames(NAME, \"m\")", false,
-         [](const char* n) { return std::to_string(compareCanonicalFileNames(n, "m")); }},
+         [](auto n) { return std::to_string(compareCanonicalFileNames(n, "m")); }},
         {"compareCanonicalFileNames(\"m\", NAME)", false,
-         [](const char* n) { return std::to_string(compareCanonicalFileNames("m", n)); }},
-        {"getFileNameOnly(NAME)", false, [](const char* n) { return show(getFileNameOnly(n)); }},
-        {"getFileNamePath(NAME)", false, [](const char* n) { return show(getFileNamePath(n)); }},
-        {"getFileNameBase(NAME)", false, [](const char* n) { return show(getFileNameBase(n)); }},
-        {"getFileNameExtension(NAME)", false,
-         [](const char* n) { return show(getFileNameExtension(n)); }},
+         [](auto n) { return std::to_string(compareCanonicalFileNames("m", n)); }},
+        {"getFileNameOnly(NAME)", false, [](auto n) { return show(getFileNameOnly(n)); }},
+        {"getFileNamePath(NAME)", false, [](auto n) { return show(getFileNamePath(n)); }},
+        {"getFileNameBase(NAME)", false, [](auto n) { return show(getFileNameBase(n)); }},
+        {"getFileNameExtension(NAME)", false, [](auto n) { return show(getFileNameExtension(n)); }},
         {"changeFileNameExtension(NAME, \".debug\")", false,
-         [](const char* n) { return show(changeFileNameExtension(n, ".debug")); }},
+         [](auto n) { return show(changeFileNameExtension(n, ".debug")); }},
         {"changeFileNameExtension(\"/a/b.so\", NAME)", false,
-         [](const char* n) { return show(changeFileNameExtension("/a/b.so", n)); }},
-        {"isAbsolutePath(NAME)", false, [](const char* n) { return show(isAbsolutePath(n)); }},
-        {"toUpper(NAME)", false, [](const char* n) { return show(toUpper(n)); }},
-        {"isStringEmpty(NAME)", false, [](const char* n) { return show(isStringEmpty(n)); }},
-        {"isDirectory(NAME)", true, [](const char* n) { return show(isDirectory(n)); }},
-        {"fileExists(NAME)", true, [](const char* n) { return show(fileExists(n)); }},
-        {"removeFile(NAME)", true, [](const char* n) { return show(removeFile(n)); }},
-        {"createDir(NAME)", true, [](const char* n) { return show(createDir(n)); }},
+         [](auto n) { return show(changeFileNameExtension("/a/b.so", n)); }},
+        {"isAbsolutePath(NAME)", false, [](auto n) { return show(isAbsolutePath(n)); }},
+        {"toUpper(NAME)", false, [](auto n) { return show(toUpper(n)); }},
+        {"isStringEmpty(NAME)", false, [](auto n) { return show(isStringEmpty(n)); }},
+        {"isDirectory(NAME)", true, [](auto n) { return show(isDirectory(n)); }},
+        {"fileExists(NAME)", true, [](auto n) { return show(fileExists(n)); }},
+        {"removeFile(NAME)", true, [](auto n) { return show(removeFile(n)); }},
+        {"createDir(NAME)", true, [](auto n) { return show(createDir(n)); }},
         {"extractVmlinux(NAME, \"vmlinux\")", true,
-         [](const char* n) { return show(extractVmlinux(n, "vmlinux")); }},
+         [](auto n) { return show(extractVmlinux(n, "vmlinux")); }},
         {"extractVmlinux(\"image\", NAME), then fileExists(NAME)", true,
-         [](const char* n) {
+         [](auto n) {
              const bool extracted = extractVmlinux("image", n);
              return show(extracted) + ", " + show(n && fileExists(n));
          }},
         {"IChecksumCalculator::calculateChecksum(NAME, ctMD5)", true,
-         [](const char* n) {
-             ObjectPtr<IChecksum> c = IChecksumCalculator::create()->calculateChecksum(n, ctMD5);
-             return c ? show(std::string(c->value())) : "none";
-         }},
+         [](auto n) { return show(IChecksumCalculator::create()->calculateChecksum(n, ctMD5)); }},
         {"IChecksumCalculator::fromString(ctSHA1, NAME)", false,
-         [](const char* n) {
-             ObjectPtr<IChecksum> c = IChecksumCalculator::create()->fromString(ctSHA1, n);
-             return c ? show(std::string(c->value())) : "none";
-         }},
+         [](auto n) { return show(IChecksumCalculator::create()->fromString(ctSHA1, n)); }},
         {"IEditableSearchDirContainer: addDirectory(scSymbolFiles, NAME, true, false), enumerate",
          false,
-         [](const char* n) {
+         [](auto n) {
              ObjectPtr<IEditableSearchDirContainer> dirs = IEditableSearchDirContainer::create();
              const bool added = dirs->addDirectory(scSymbolFiles, n, true, false);
              return show(added) + " " + show(*dirs);
          }},
         {"IPersistentSearchDirContainer::create(NAME), addDirectory(scAllFiles, \"/d\"), isSaved",
          true,
-         [](const char* n) -> std::string {
+         [](auto n) -> std::string {
              ObjectPtr<IPersistentSearchDirContainer> dirs =
                  IPersistentSearchDirContainer::create(n);
              if (!dirs) return "none";
@@ -358,26 +308,21 @@ std::vector<EntryPoint> entryPoints() {
              return "saved " + show(dirs->isSaved());
          }},
         {"IPersistentSearchDirContainer \"dirs.json\": addDirectory(scAllFiles, NAME, false, "
-         "true), "
-         "reloaded",
+         "true), reloaded",
          true,
-         [](const char* n) {
-             bool added;
-             {
-                 ObjectPtr<IPersistentSearchDirContainer> dirs =
-                     IPersistentSearchDirContainer::create("dirs.json");
-                 added = dirs->addDirectory(scAllFiles, n, false, true);
-             }
+         [](auto n) {
+             const bool added = IPersistentSearchDirContainer::create("dirs.json")
+                                    ->addDirectory(scAllFiles, n, false, true);
              return show(added) + " " + show(*IPersistentSearchDirContainer::create("dirs.json"));
          }},
         {"ISearchHistory: addBinFileAssociation(NAME, NAME), findBinFileAssociation(NAME)", false,
-         [](const char* n) {
+         [](auto n) {
              ObjectPtr<ISearchHistory> history = ISearchHistory::create();
              const std::string added = show(history->addBinFileAssociation(n, n));
              return added + ", " + show(history->findBinFileAssociation(n));
          }},
         {"ISearchHistory: addSymFileAssociation(NAME, NAME, NAME, \"/r\"), find", false,
-         [](const char* n) {
+         [](auto n) {
              ObjectPtr<ISearchHistory> history = ISearchHistory::create();
              const std::string added = show(history->addSymFileAssociation(n, n, n, "/r"));
              return added + ", " + show(history->findSymFileAssociation(n, n, n));
@@ -385,7 +330,7 @@ std::vector<EntryPoint> entryPoints() {
         {"ISearchHistory: addSrcFileAssociation(\"s.c\", NAME, \"\", NAME), saved to and loaded "
          "from \"h.json\", found",
          true,
-         [](const char* n) {
+         [](auto n) {
              ObjectPtr<ISearchHistory> history = ISearchHistory::create();
              history->addSrcFileAssociation("s.c", n, "", n);
              const bool saved = saveSearchHistory(history, "h.json");
@@ -395,58 +340,48 @@ std::vector<EntryPoint> entryPoints() {
                     show(loaded->findSrcFileAssociation("s.c", n, ""));
          }},
         {"saveSearchHistory(history, NAME)", true,
-         [](const char* n) {
+         [](auto n) {
              ObjectPtr<ISearchHistory> history = ISearchHistory::create();
              history->addBinFileAssociation("a", "/a");
              return show(saveSearchHistory(history, n));
          }},
         {"loadSearchHistory(history, NAME)", true,
-         [](const char* n) { return show(loadSearchHistory(ISearchHistory::create(), n)); }},
+         [](auto n) { return show(loadSearchHistory(ISearchHistory::create(), n)); }},
         {"cmdline::parseSearchDirs(NAME)", false,
-         [](const char* n) {
-             std::string answer;
-             parsedBy(cmdline::parseSearchDirs, n, answer);
-             return answer;
-         }},
+         [](auto n) { return parsed(cmdline::parseSearchDirs, n); }},
         {"cmdline::parseSearchDirValue(NAME)", false,
-         [](const char* n) {
-             std::string answer;
-             parsedBy(cmdline::parseSearchDirValue, n, answer);
-             return answer;
-         }},
+         [](auto n) { return parsed(cmdline::parseSearchDirValue, n); }},
         {"cmdline::formatSearchDirValue(scAllFiles, NAME, true, true), parsed back", false,
-         [](const char* n) {
+         [](auto n) {
              const std::string value = cmdline::formatSearchDirValue(scAllFiles, n, true, true);
-             std::string answer;
-             parsedBy(cmdline::parseSearchDirValue, value.c_str(), answer);
-             return show(value) + " -> " + answer;
+             return show(value) + " -> " + parsed(cmdline::parseSearchDirValue, value.c_str());
          }},
         {"IEditableSearchEnv: setCacheDir(NAME), setSearchDirs({all: NAME}), dump(env, "
          "scAllFiles); IEditableEnvironmentInfo::setKernelRelease(NAME)",
          false,
-         [](const char* n) {
+         [](auto n) {
              ObjectPtr<IEditableSearchEnv> env = IEditableSearchEnv::create();
              env->setCacheDir(n);
              env->setSearchDirs(dirsOf(n));
              ObjectPtr<IEditableEnvironmentInfo> info = IEditableEnvironmentInfo::create();
              info->setKernelRelease(n);
-             return show(std::string(env->cacheDir())) + ", " + show(dump(env, scAllFiles)) + ", " +
-                    show(std::string(info->kernelRelease()));
+             return show(env->cacheDir()) + ", " + show(dump(env, scAllFiles)) + ", " +
+                    show(info->kernelRelease());
          }},
         {"IResolutionContextMgr: createFileSystemContext(NAME, false), "
          "createResultDirectoryContext(NAME), createSearchEnv(that, \"c\", null)",
          false,
-         [](const char* n) {
+         [](auto n) {
              ObjectPtr<IResolutionContextMgr> mgr = IResolutionContextMgr::create();
              ObjectPtr<IResolutionContext> plain = mgr->createFileSystemContext(n, false);
              ObjectPtr<IResolutionContext> c = mgr->createResultDirectoryContext(n);
-             return (plain ? show(std::string(plain->getUniqueID())) : "none") +
+             return (plain ? show(plain->getUniqueID()) : "none") +
                     (c ? " " + show(*mgr->createSearchEnv(*c, "c", nullptr)) : "");
          }},
         {"IResolutionContextMgr: registerArchiveDir(context, NAME), registerCacheDir(context, "
          "NAME), createSearchEnv, archiveFile(context, \"image\"), archiveFile(context, NAME)",
          true,
-         [](const char* n) {
+         [](auto n) {
              ObjectPtr<IResolutionContextMgr> mgr = IResolutionContextMgr::create();
              ObjectPtr<IResolutionContext> c = freshContext();
              mgr->registerArchiveDir(*c, n);
@@ -460,9 +395,10 @@ std::vector<EntryPoint> entryPoints() {
          "NAME), the 8 registrations by client id, captureSearchDirs, registerSearchDirs(context, "
          "{/after}, \"k\"), createSearchEnv; releaseSearchDirs, createSearchEnv; createFileSearch",
          false,
-         [](const char* n) {
+         [](auto n) {
              ObjectPtr<IResolutionContextMgr> mgr = IResolutionContextMgr::create();
              ObjectPtr<IResolutionContext> c = freshContext();
+             ObjectPtr<ISearchStepsConfigurator> steps = ISearchStepsConfigurator::create();
              const std::string calls = eachOf({
                  [&] { mgr->registerSearchDirs(*c, dirsOf("/before"), n); },
                  [&] { mgr->registerSearchStartedCallback(*c, n, nullptr); },
@@ -470,10 +406,7 @@ std::vector<EntryPoint> entryPoints() {
                  [&] { mgr->registerNoFilesFoundCallback(*c, n, nullptr); },
                  [&] { mgr->registerConfidenceLevelPolicyCallback(*c, n, nullptr); },
                  [&] { mgr->registerFileRetriever(*c, n, nullptr); },
-                 [&] {
-                     mgr->registerSearchStepsConfigurator(*c, n,
-                                                          ISearchStepsConfigurator::create());
-                 },
+                 [&] { mgr->registerSearchStepsConfigurator(*c, n, steps); },
                  [&] { mgr->registerMessenger(*c, n, nullptr); },
                  [&] { mgr->registerEnvironmentInfo(*c, n, IEditableEnvironmentInfo::create()); },
                  [&] { mgr->captureSearchDirs(*c, n); },
@@ -489,24 +422,24 @@ std::vector<EntryPoint> entryPoints() {
                     show(bool(mgr->createFileSearch(*c, n, nullptr)));
          }},
         {"IFileSearch over <sandbox>: findBinFile(NAME, null, null, 0)", true,
-         [](const char* n) { return show(sandboxSearch()->findBinFile(n, nullptr, nullptr, 0)); }},
+         [](auto n) { return show(sandboxSearch()->findBinFile(n, nullptr, nullptr, 0)); }},
         {"IFileSearch over <sandbox>: findBinFile(\"image\", null, NAME, 0)", true,
-         [](const char* n) { return show(sandboxSearch()->findBinFile("image", nullptr, n, 0)); }},
+         [](auto n) { return show(sandboxSearch()->findBinFile("image", nullptr, n, 0)); }},
         {"IFileSearch over <sandbox>: findSymFile(NAME, \"image\", null, null, null, null, null)",
          true,
-         [](const char* n) {
+         [](auto n) {
              return show(sandboxSearch()->findSymFile(n, "image", nullptr, nullptr, nullptr,
                                                       nullptr, nullptr));
          }},
         {"IFileSearch over <sandbox>: findSymFile(\"image\", NAME, NAME, null, NAME, null, NAME)",
          true,
-         [](const char* n) {
+         [](auto n) {
              return show(sandboxSearch()->findSymFile("image", n, n, nullptr, n, nullptr, n));
          }},
         {"IFileSearch over <sandbox>: findSrcFile(NAME, NAME, NAME, null, NAME)", true,
-         [](const char* n) { return show(sandboxSearch()->findSrcFile(n, n, n, nullptr, n)); }},
+         [](auto n) { return show(sandboxSearch()->findSrcFile(n, n, n, nullptr, n)); }},
         {"ISearchManipulator: the 7 setters with client id NAME", false,
-         [](const char* n) {
+         [](auto n) {
              ObjectPtr<ISearchManipulator> m =
                  createSearchManipulatorByContext(freshContext(), nullptr, nullptr);
              bool dirs = false;
@@ -524,7 +457,7 @@ std::vector<EntryPoint> entryPoints() {
         {"ISearchManipulator remembering for \"c\", search over <sandbox>: findBinFile(NAME) "
          "twice, then the history's association of NAME",
          true,
-         [](const char* n) {
+         [](auto n) {
              ObjectPtr<IResolutionContext> c = freshContext();
              ObjectPtr<ISearchManipulator> m =
                  createSearchManipulatorByContext(c, nullptr, nullptr);
@@ -537,13 +470,13 @@ std::vector<EntryPoint> entryPoints() {
              return first + ", " + again + ", " + show(m->getHistory()->findBinFileAssociation(n));
          }},
         {"utils::archiveFile(NAME, \"arch\", \"sub\")", true,
-         [](const char* n) { return archived(n, "arch", "sub"); }},
+         [](auto n) { return archived(n, "arch", "sub"); }},
         {"utils::archiveFile(\"image\", NAME, null)", true,
-         [](const char* n) { return archived("image", n, nullptr); }},
+         [](auto n) { return archived("image", n, nullptr); }},
         {"utils::archiveFile(\"image\", \"arch\", NAME)", true,
-         [](const char* n) { return archived("image", "arch", n); }},
+         [](auto n) { return archived("image", "arch", n); }},
         {"user data directory NAME: utils::createUniqueTempDir", true,
-         [](const char* n) -> std::string {
+         [](auto n) -> std::string {
              // Null restores the default directory (under $HOME), and on a name near
              // PATH_MAX create_directories builds a tree 500 levels deep that no cleanup
              // removes by name: those are not called.
@@ -553,24 +486,19 @@ std::vector<EntryPoint> entryPoints() {
              const unsigned int code = utils::createUniqueTempDir(dir);
              tarnbase2::IProductLocations::setUserDataDir(nullptr);
              if (code != utils::kArchiveDone) return std::to_string(code);
-             const bool made = utils::isDirectory(dir.c_str());
              // The last element is random: "ff-" and four groups of hex digits.
              return "0 " + show(dir.substr(0, dir.size() - 22) + "ff-RANDOM") +
-                    (made ? " made" : " NOT MADE");
+                    (utils::isDirectory(dir.c_str()) ? " made" : " NOT MADE");
          }},
     };
 }
 
 // What one call did: its answer, "logic_error", or (a failure) any other exception.
 std::string outcomeOf(const EntryPoint& entry, const BadInput& input, Sandbox& sandbox) {
-    std::string placed = input.text;
-    if (entry.touchesFiles) {
-        sandbox.reset();
-        placed = sandbox.place(input.text);
-    }
+    if (entry.touchesFiles) sandbox.reset();
+    const std::string placed = entry.touchesFiles ? sandbox.place(input.text) : input.text;
     try {
-        const std::string answer = entry.outcome(input.isNull ? nullptr : placed.c_str());
-        return sandbox.hide(answer);
+        return sandbox.hide(entry.outcome(input.isNull ? nullptr : placed.c_str()));
     } catch (const std::logic_error&) {
         return "logic_error";
     } catch (const std::exception& e) {
@@ -580,16 +508,8 @@ std::string outcomeOf(const EntryPoint& entry, const BadInput& input, Sandbox& s
     }
 }
 
-std::string readText(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-std::vector<std::string> linesOf(const std::string& text) {
+std::vector<std::string> linesOf(std::istream&& in) {
     std::vector<std::string> lines;
-    std::istringstream in(text);
     for (std::string line; std::getline(in, line);) lines.push_back(line);
     return lines;
 }
@@ -612,17 +532,16 @@ TEST(BadInput, EveryEntryPointAnswersAsTheGoldenFileSays) {
     const char* update = std::getenv("FF_UPDATE_GOLDEN");
     if (update && std::string(update) == "1") {
         std::ofstream out(kGoldenFile, std::ios::binary | std::ios::trunc);
-        out << table.str();
-        ASSERT_TRUE(out.flush()) << "cannot write " << kGoldenFile;
+        ASSERT_TRUE(out << table.str() << std::flush) << "cannot write " << kGoldenFile;
         GTEST_SKIP() << "rewrote " << kGoldenFile;
     }
 
-    const std::vector<std::string> expected = linesOf(readText(kGoldenFile));
-    const std::vector<std::string> actual = linesOf(table.str());
+    const std::vector<std::string> expected = linesOf(std::ifstream(kGoldenFile, std::ios::binary));
+    const std::vector<std::string> actual = linesOf(std::istringstream(table.str()));
     ASSERT_FALSE(expected.empty()) << "no golden file at " << kGoldenFile;
-    int reported = 0;
     std::string section;
-    for (size_t i = 0; i < std::max(expected.size(), actual.size()) && reported < 20; ++i) {
+    for (size_t i = 0, reported = 0; i < std::max(expected.size(), actual.size()) && reported < 20;
+         ++i) {
         const std::string want = i < expected.size() ? expected[i] : "<end of file>";
         const std::string got = i < actual.size() ? actual[i] : "<end of output>";
         if (got.rfind("== ", 0) == 0) section = got;
