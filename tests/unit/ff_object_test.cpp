@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <thread>
 #include <vector>
 
 using namespace FF_2_13;
@@ -70,21 +69,4 @@ TEST(ObjectPtr, AddRefKeepsAHandedOutRawPointerAliveUntilItsRelease) {
     EXPECT_EQ(0, deletions);
     EXPECT_EQ(0, raw->release());
     EXPECT_EQ(1, deletions) << "the destructor ran before release returned";
-}
-
-TEST(RefCount, ConcurrentAddAndReleaseDeleteExactlyOnce) {
-    int deletions = 0;
-    {
-        ObjectPtr<ICounted> shared(new Counted(&deletions));
-        std::vector<std::thread> threads;
-        for (int t = 0; t < 4; ++t) {
-            threads.emplace_back([&shared] {
-                for (int i = 0; i < 20000; ++i) ObjectPtr<ICounted> copy = shared;
-            });
-        }
-        for (std::thread& t : threads) t.join();
-        EXPECT_EQ(0, deletions);
-        EXPECT_EQ(1, countOf(*shared));
-    }
-    EXPECT_EQ(1, deletions);
 }

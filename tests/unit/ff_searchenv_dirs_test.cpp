@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -97,24 +96,6 @@ TEST(SearchDirIterator, IsASnapshotAndStaysAtTheEndOnceThere) {
     after->reset();
     ASSERT_TRUE(after->getCurrentRecord(name, recursive, high));
     EXPECT_STREQ("/a", name);
-}
-
-TEST(SearchDirContainer, ConcurrentWritersLoseNothingAndNeverDuplicate) {
-    ObjectPtr<IEditableSearchDirContainer> dirs = IEditableSearchDirContainer::create();
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t)
-        threads.emplace_back([&dirs, t] {
-            for (int i = 0; i < 200; ++i) {
-                // Every thread adds every directory, in its own spelling.
-                std::string name = "/d" + std::to_string(i) + (t % 2 ? "/" : "");
-                dirs->addDirectory(scBinaryFiles, name.c_str(), t == 3, false);
-                dirs->enumerate(scBinaryFiles);
-            }
-        });
-    for (std::thread& t : threads) t.join();
-    const Records all = binaries(*dirs);
-    ASSERT_EQ(200u, all.size());
-    for (const Record& r : all) EXPECT_TRUE(std::get<1>(r)) << std::get<0>(r);
 }
 
 TEST(SearchDirChain, MergesInOrderOrsTheFlagsOfLaterDuplicatesAndKeepsCategoriesApart) {
