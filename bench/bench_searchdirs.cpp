@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "ff_searchdirs.h"
-#include "ff_searchenv_dirs.h"
+#include "config/search_dir_lists.h"
 
 using namespace FF_2_13;
 

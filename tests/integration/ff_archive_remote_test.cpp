@@ -5,7 +5,7 @@
 #include <boost/filesystem.hpp>
 
 #include "ff_checksum.h"
-#include "ff_file_search.h"
+#include "search/file_search.h"
 #include "ff_searchdirs.h"
 #include "ff_searchenv.h"
 #include "ff_utils.h"

@@ -9,7 +9,7 @@
 
 #include "callback_doubles.h"
 #include "ff_context.h"
-#include "ff_context_mgr.h"
+#include "context/resolution_context_mgr.h"
 #include "ff_utils.h"
 #include "log_capture.h"
 #include "temp_dir.h"

@@ -12,7 +12,7 @@
 #include <csignal>
 #include <thread>
 
-#include "ff_files_finder.h"
+#include "search/files_finder.h"
 #include "ff_search.h"
 #include "ff_searchdirs.h"
 #include "ff_searchenv.h"

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "callback_doubles.h"
-#include "ff_file_search.h"
+#include "search/file_search.h"
 #include "ff_kernel_image.h"
 #include "ff_searchdirs.h"
 #include "ff_searchenv.h"

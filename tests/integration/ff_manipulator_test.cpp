@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "callback_doubles.h"
-#include "ff_context_mgr.h"
-#include "ff_manipulator_impl.h"
+#include "context/resolution_context_mgr.h"
+#include "history/search_manipulator.h"
 #include "log_capture.h"
 #include "temp_dir.h"
 

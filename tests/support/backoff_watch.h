@@ -8,7 +8,7 @@
 #include <mutex>
 #include <thread>
 
-#include "ff_posix.h"
+#include "platform/posix.h"
 
 namespace fftest {
 

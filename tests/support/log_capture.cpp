@@ -3,7 +3,7 @@
 #include <log4cplus/logger.h>
 #include <log4cplus/spi/loggingevent.h>
 
-#include "ff_log.h"
+#include "base/log.h"
 
 namespace fftest {
 

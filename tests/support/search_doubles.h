@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "ff_search_interfaces.h"
+#include "search/search_interfaces.h"
 #include "ff_validation.h"
 
 namespace fftest {

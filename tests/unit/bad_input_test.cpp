@@ -24,7 +24,7 @@
 #include <typeinfo>
 #include <vector>
 
-#include "ff_files_finder.h"
+#include "search/files_finder.h"
 #include "file_finder.h"
 #include "gzip.h"
 #include "search_doubles.h"

@@ -14,7 +14,7 @@
 
 #include <gtest/gtest.h>
 
-#include "ff_posix.h"
+#include "platform/posix.h"
 #include "temp_dir.h"
 
 #if !defined(_FILE_OFFSET_BITS) || _FILE_OFFSET_BITS != 64

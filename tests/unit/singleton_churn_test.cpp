@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "ff_checksum.h"
-#include "ff_checksum_impl.h"
+#include "files/checksum_calculator.h"
 #include "ff_context.h"
 #include "ff_messages.h"
 

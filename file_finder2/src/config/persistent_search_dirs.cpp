@@ -1,0 +1,326 @@
+// The persistent search directory container: an editable container whose every change
+// is written, as the property "searchDirs", into the host's configuration storage.
+//
+// The directories themselves live in an EditableSearchDirContainer shared by every
+// handle on one file; a lock around "change, then write" keeps the file in step with
+// the list when several threads change it.
+#include "ff_persistent_dirs.h"
+
+#include <boost/filesystem.hpp>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "base/log.h"
+#include "config/search_dir_lists.h"
+#include "tarnbase2/config_storage.h"
+
+namespace FF_2_13 {
+
+namespace {
+
+constexpr char kLogSource[] = "file_finder2/src/ff_persistent_dirs";
+constexpr char kProperty[] = "searchDirs";
+
+using json = nlohmann::json;
+
+const char* categoryWord(search_category_t category) {
+    switch (category) {
+        case scBinaryFiles:
+            return "binaries";
+        case scSymbolFiles:
+            return "symbols";
+        case scSourceFiles:
+            return "sources";
+        case scAllFiles:
+            return "all";
+    }
+    return "";
+}
+
+bool categoryFromWord(const std::string& word, search_category_t& category) {
+    for (search_category_t c : {scBinaryFiles, scSymbolFiles, scSourceFiles, scAllFiles}) {
+        if (word == categoryWord(c)) {
+            category = c;
+            return true;
+        }
+    }
+    return false;
+}
+
+// JSON text must be UTF-8; a name that is not keeps its bytes as a list of numbers.
+json nameToJson(const std::string& name) {
+    json text = name;
+    try {
+        text.dump();
+        return text;
+    } catch (const json::type_error&) {
+        // not UTF-8: fall through to the byte list
+    }
+    json bytes = json::array();
+    for (unsigned char c : name) bytes.push_back(c);
+    return bytes;
+}
+
+bool nameFromJson(const json& value, std::string& name, std::string& problem) {
+    if (value.is_string()) {
+        name = value.get<std::string>();
+    } else if (value.is_array()) {
+        name.clear();
+        for (const json& byte : value) {
+            if (!byte.is_number_integer() || byte.get<long long>() < 0 ||
+                byte.get<long long>() > 255) {
+                problem =
+                    "\"searchDirectory.name\" holds a list with something other than "
+                    "byte values";
+                return false;
+            }
+            name.push_back(static_cast<char>(byte.get<int>()));
+        }
+    } else {
+        problem = "\"searchDirectory.name\" is neither a string nor a list of bytes";
+        return false;
+    }
+    // The containers take C strings: a NUL would cut the name short.
+    if (name.find('\0') != std::string::npos) {
+        problem = "\"searchDirectory.name\" holds a NUL byte";
+        return false;
+    }
+    return true;
+}
+
+// The member `key` of the object `parent` (named `path` in messages), or null with the
+// reason in `problem`.
+const json* member(const json& parent, const char* key, const std::string& path,
+                   std::string& problem) {
+    auto found = parent.find(key);
+    if (found == parent.end()) {
+        problem = "missing \"" + path + "\"";
+        return nullptr;
+    }
+    return &*found;
+}
+
+// One entry of the list; false with what was wrong in `problem`.
+bool readEntry(const json& entry, search_category_t& category, Dir& dir, std::string& problem) {
+    if (!entry.is_object()) {
+        problem = "the entry is not an object";
+        return false;
+    }
+    const json* searchCategory = member(entry, "searchCategory", "searchCategory", problem);
+    if (!searchCategory) return false;
+    if (!searchCategory->is_object()) {
+        problem = "\"searchCategory\" is not an object";
+        return false;
+    }
+    const json* word = member(*searchCategory, "category", "searchCategory.category", problem);
+    if (!word) return false;
+    if (!word->is_string() || !categoryFromWord(word->get<std::string>(), category)) {
+        problem = "unknown category " + word->dump();
+        return false;
+    }
+
+    const json* directory = member(entry, "searchDirectory", "searchDirectory", problem);
+    if (!directory) return false;
+    if (!directory->is_object()) {
+        problem = "\"searchDirectory\" is not an object";
+        return false;
+    }
+    const json* name = member(*directory, "name", "searchDirectory.name", problem);
+    if (!name || !nameFromJson(*name, dir.name, problem)) return false;
+    const json* recursive = member(*directory, "recursive", "searchDirectory.recursive", problem);
+    if (!recursive) return false;
+    if (!recursive->is_boolean()) {
+        problem = "\"searchDirectory.recursive\" is not true or false: " + recursive->dump();
+        return false;
+    }
+    dir.recursive = recursive->get<bool>();
+    const json* priority = member(*directory, "priority", "searchDirectory.priority", problem);
+    if (!priority) return false;
+    if (*priority == "high" || *priority == "low") {
+        dir.highPriority = *priority == "high";
+        return true;
+    }
+    problem = "\"searchDirectory.priority\" is not \"high\" or \"low\": " + priority->dump();
+    return false;
+}
+
+std::string serialise(const EditableSearchDirContainer& dirs) {
+    json list = json::array();
+    for (search_category_t c : {scBinaryFiles, scSymbolFiles, scSourceFiles, scAllFiles}) {
+        ObjectPtr<FilteredDirList> dirList = dirs.getDirListForCategory(c);
+        if (!dirList) continue;
+        for (const Dir& dir : *dirList->snapshot()) {
+            list.push_back({{"searchCategory", {{"category", categoryWord(c)}}},
+                            {"searchDirectory",
+                             {{"name", nameToJson(dir.name)},
+                              {"recursive", dir.recursive},
+                              {"priority", dir.highPriority ? "high" : "low"}}}});
+        }
+    }
+    return list.dump();
+}
+
+// The directories of one file, shared by every handle on it.
+class PersistentDirs {
+public:
+    explicit PersistentDirs(const std::string& fileName)
+        : m_storage(fileName), m_dirs(new EditableSearchDirContainer()) {
+        load();
+    }
+
+    EditableSearchDirContainer& dirs() { return *m_dirs; }
+    FFLock& lock() { return m_lock; }
+    const std::string& fileName() const { return m_storage.fileName(); }
+    bool isSaved() {
+        FFLockWrap guard(&m_lock);
+        return m_saved;
+    }
+
+    // Writes the list when it differs from what the file holds, or when `always`.
+    // The caller holds lock().
+    bool persist(bool always) {
+        std::string text = serialise(*m_dirs);
+        if (!always && m_saved && text == m_savedText) return true;
+        tarnbase2::ConfigStorage::WriteResult result = m_storage.setProperty(kProperty, text);
+        if (!result.ok) {
+            m_saved = false;
+            FF_LOG_ERROR(kLogSource,
+                         "Search directories not saved to " << fileName() << ": " << result.error);
+            return false;
+        }
+        if (!result.keptAs.empty())
+            FF_LOG_INFO(kLogSource, "Search directory file " << fileName()
+                                                             << " had unreadable content; kept as "
+                                                             << result.keptAs);
+        m_saved = true;
+        m_savedText = std::move(text);
+        return true;
+    }
+
+private:
+    void load() {
+        const std::string problem = m_storage.loadProblem();
+        if (!problem.empty())
+            FF_LOG_ERROR(kLogSource, "Search directories not loaded: " << problem);
+        bool damaged = !problem.empty();
+        std::string text;
+        if (m_storage.getProperty(kProperty, text)) {
+            json list = json::parse(text, nullptr, false);  // the storage's own dump
+            if (!list.is_array()) {
+                FF_LOG_ERROR(kLogSource, "Search directories not loaded: \""
+                                             << kProperty << "\" in " << fileName()
+                                             << " is not a list");
+                damaged = true;
+            } else {
+                size_t position = 0;
+                for (const json& entry : list) {
+                    ++position;
+                    search_category_t category = scAllFiles;
+                    Dir dir;
+                    std::string entryProblem;
+                    if (readEntry(entry, category, dir, entryProblem)) {
+                        m_dirs->addDirectory(category, dir.name.c_str(), dir.recursive,
+                                             dir.highPriority);
+                        continue;
+                    }
+                    FF_LOG_ERROR(kLogSource, "Search directory entry "
+                                                 << position << " of " << fileName()
+                                                 << " skipped: " << entryProblem);
+                    damaged = true;
+                }
+            }
+        }
+        if (damaged) {
+            // The next write keeps the file as it is now; until then it stays untouched.
+            m_storage.keepDamagedFile();
+            m_savedText.clear();
+        } else {
+            m_savedText = serialise(*m_dirs);
+        }
+    }
+
+    tarnbase2::ConfigStorage m_storage;
+    ObjectPtr<EditableSearchDirContainer> m_dirs;
+    FFLock m_lock;
+    std::string m_savedText;  // what the file holds, as this list would write it
+    bool m_saved = true;
+};
+
+// One PersistentDirs per file and process, while some handle keeps it.
+std::shared_ptr<PersistentDirs> dirsForFile(const std::string& fileName) {
+    static std::mutex registryLock;
+    static std::map<std::string, std::weak_ptr<PersistentDirs>> registry;
+
+    boost::system::error_code ec;
+    // One file under two spellings is one list; a name that cannot be resolved keys as it is.
+    std::string key = boost::filesystem::weakly_canonical(fileName, ec).string();
+    if (ec) key = fileName;
+
+    std::lock_guard<std::mutex> guard(registryLock);
+    for (auto it = registry.begin(); it != registry.end();)
+        it = it->second.expired() ? registry.erase(it) : std::next(it);
+    std::shared_ptr<PersistentDirs> dirs = registry[key].lock();
+    if (!dirs) {
+        dirs = std::make_shared<PersistentDirs>(fileName);
+        registry[key] = dirs;
+    }
+    return dirs;
+}
+
+class PersistentSearchDirContainer : public RefCountImpl<IPersistentSearchDirContainer> {
+public:
+    PersistentSearchDirContainer(std::string fileName, std::shared_ptr<PersistentDirs> dirs)
+        : m_fileName(std::move(fileName)), m_shared(std::move(dirs)) {}
+
+    ObjectPtr<ISearchDirIterator> enumerate(search_category_t category) const override {
+        return m_shared->dirs().enumerate(category);
+    }
+
+    bool addDirectory(search_category_t category, const char* name, bool recursive,
+                      bool highPriority) override {
+        FF_TRACE_SCOPE(kLogSource,
+                       "bool PersistentSearchDirContainer::addDirectory(search_category_t, "
+                       "const char*, bool, bool)");
+        FFLockWrap guard(&m_shared->lock());
+        if (!m_shared->dirs().addDirectory(category, name, recursive, highPriority)) return false;
+        m_shared->persist(false);
+        return true;
+    }
+
+    bool clear(search_category_t category) override {
+        FF_TRACE_SCOPE(kLogSource, "bool PersistentSearchDirContainer::clear(search_category_t)");
+        FFLockWrap guard(&m_shared->lock());
+        if (!m_shared->dirs().clear(category)) return false;
+        m_shared->persist(false);
+        return true;
+    }
+
+    const char* storageFile() const override { return m_fileName.c_str(); }
+    bool isSaved() const override { return m_shared->isSaved(); }
+    bool save() override {
+        FF_TRACE_SCOPE(kLogSource, "bool PersistentSearchDirContainer::save()");
+        FFLockWrap guard(&m_shared->lock());
+        return m_shared->persist(true);
+    }
+
+private:
+    const std::string m_fileName;
+    std::shared_ptr<PersistentDirs> m_shared;
+};
+
+}  // namespace
+
+ObjectPtr<IPersistentSearchDirContainer> IPersistentSearchDirContainer::create(
+    const char* storageFile) {
+    FF_TRACE_SCOPE(kLogSource,
+                   "ObjectPtr<IPersistentSearchDirContainer> "
+                   "IPersistentSearchDirContainer::create(const char*)");
+    if (!storageFile || !*storageFile) return ObjectPtr<IPersistentSearchDirContainer>();
+    return ObjectPtr<IPersistentSearchDirContainer>(
+        new PersistentSearchDirContainer(storageFile, dirsForFile(storageFile)));
+}
+
+}  // namespace FF_2_13

@@ -1,0 +1,94 @@
+// Archiving of files and private temporary directories.
+//
+// archiveFile keeps a file at <archive>/[<sub>/]<name>/<md5>/<name>:
+//   1. create each directory level that is missing;
+//   2. compute the file's MD5 (the digest names the version of the file);
+//   3. report an existing regular file at the target as already archived (6);
+//   4. copy into a temporary file beside the target, created exclusively and never
+//      through a symbolic link, and rename it into place without replacing anything, so
+//      that a crash or a full disk never leaves a torn file under the final name;
+//   5. remove the source only after the copy is complete, when asked.
+#include <boost/filesystem/operations.hpp>
+#include <boost/filesystem/path.hpp>
+
+#include "ff_checksum.h"
+#include "base/log.h"
+#include "platform/posix.h"
+#include "ff_utils.h"
+#include "tarnbase2/tarnbase2.h"
+
+namespace FF_2_13 {
+namespace utils {
+
+namespace {
+
+constexpr char kLogSource[] = "file_finder2/src/ff_utils";
+// The line this failure has always been reported at; log readers match on it.
+constexpr int kTempDirFailureLine = 252;
+constexpr int kTempDirAttempts = 30;
+
+// Another thread or process may make the same level at the same moment: a directory
+// that stands there afterwards, whoever made it, is what counts.
+bool ensureDirectory(const std::string& dir) {
+    return isDirectory(dir.c_str()) || createDir(dir.c_str()) || isDirectory(dir.c_str());
+}
+
+}  // namespace
+
+unsigned int archiveFile(const char* file, const char* archiveDir, const char* subDir,
+                         std::string& archivedPath, bool removeSource) {
+    if (isStringEmpty(file) || isStringEmpty(archiveDir)) return kArchiveCannotCreateDirectory;
+    std::string path = archiveDir;
+    if (!ensureDirectory(path)) return kArchiveCannotCreateDirectory;
+    if (subDir) {
+        path = addSubPart(path.c_str(), subDir);
+        if (!ensureDirectory(path)) return kArchiveCannotCreateDirectory;
+    }
+    const std::string name = getFileNameOnly(file);
+    path = addSubPart(path.c_str(), name.c_str());
+    if (!ensureDirectory(path)) return kArchiveCannotCreateDirectory;
+
+    ObjectPtr<IChecksumCalculator> calculator = IChecksumCalculator::create();
+    if (!calculator) return kArchiveNoCalculator;
+    ObjectPtr<IChecksum> md5 = calculator->calculateChecksum(file, ctMD5);
+    if (!md5) return kArchiveNoChecksum;
+
+    path = addSubPart(path.c_str(), md5->value());
+    if (!ensureDirectory(path)) return kArchiveCannotCreateDirectory;
+
+    const std::string target = addSubPart(path.c_str(), name.c_str());
+    archivedPath = target;
+    if (posix::isRegularFileNoFollow(target.c_str())) return kArchiveAlreadyThere;
+
+    switch (posix::copyFileIntoPlace(file, target.c_str())) {
+        case posix::CopyResult::done:
+            break;
+        case posix::CopyResult::targetExists:  // another thread or process was faster
+            return posix::isRegularFileNoFollow(target.c_str()) ? kArchiveAlreadyThere
+                                                                : kArchiveCopyFailed;
+        case posix::CopyResult::failed:
+            return kArchiveCopyFailed;
+    }
+    if (removeSource) removeFile(file);  // a source that stays is harmless
+    return kArchiveDone;
+}
+
+unsigned int createUniqueTempDir(std::string& dir) {
+    const char* base = tarnbase2::IProductLocations::get()->userDataDir();
+    boost::system::error_code ignored;  // a missing base shows as 30 failed attempts below
+    boost::filesystem::create_directories(base, ignored);
+    for (int attempt = 0; attempt < kTempDirAttempts; ++attempt) {
+        const std::string name = boost::filesystem::unique_path("ff-%%%%-%%%%-%%%%-%%%%").string();
+        const std::string candidate = addSubPart(base, name.c_str());
+        // Private to its user: fetched files of a remote system wait here.
+        if (posix::makePrivateDirectory(candidate.c_str())) {
+            dir = candidate;
+            return kArchiveDone;
+        }
+    }
+    FF_LOG_ERROR_AT(kLogSource, kTempDirFailureLine, "Cannot create temp directory");
+    return kArchiveCannotCreateDirectory;
+}
+
+}  // namespace utils
+}  // namespace FF_2_13

@@ -1,0 +1,248 @@
+// Operating-system calls of the library.
+#include "platform/posix.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <sys/utsname.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <system_error>
+#include <vector>
+
+namespace FF_2_13 {
+namespace posix {
+
+namespace {
+constexpr useconds_t kSpinBackoffMicroseconds = 10000;
+std::atomic<BackoffHook> g_backoffHook{nullptr};
+std::atomic<unsigned> g_temporaryFileCounter{0};
+
+std::string lastErrorText() {
+    return std::system_category().message(errno);
+}
+
+bool writeAll(int fd, const std::string& contents) {
+    const char* next = contents.data();
+    size_t left = contents.size();
+    while (left > 0) {
+        ssize_t written = ::write(fd, next, left);
+        if (written < 0) {
+            if (errno == EINTR) continue;
+            return false;
+        }
+        next += written;
+        left -= static_cast<size_t>(written);
+    }
+    return true;
+}
+
+// "/a/b/history.json" -> "/a/b"; "history.json" -> "."; "/history.json" -> "/".
+std::string directoryOf(const std::string& path) {
+    const size_t slash = path.find_last_of('/');
+    if (slash == std::string::npos) return ".";
+    return slash == 0 ? "/" : path.substr(0, slash);
+}
+}  // namespace
+
+namespace {
+void fillStatus(const struct stat& st, FileStatus& status) {
+    status.inode = st.st_ino;
+    status.device = st.st_dev;
+    status.modificationTime = static_cast<int64_t>(st.st_mtime);
+    status.size = static_cast<uint64_t>(st.st_size);
+    status.isDirectory = S_ISDIR(st.st_mode);
+    status.isRegular = S_ISREG(st.st_mode);
+    status.mode = st.st_mode;
+}
+}  // namespace
+
+bool statFile(const char* path, FileStatus& status) {
+    struct stat st;
+    if (!path || ::stat(path, &st) != 0) return false;
+    fillStatus(st, status);
+    return true;
+}
+
+bool canOpenForReading(const char* path) {
+    if (!path) return false;
+    const int fd = ::open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+    if (fd < 0) return false;
+    ::close(fd);
+    return true;
+}
+
+bool runningKernelRelease(std::string& release) {
+    struct utsname names;
+    if (::uname(&names) != 0) return false;
+    release = names.release;
+    return true;
+}
+
+bool loginName(std::string& name) {
+    // The re-entrant forms: the plain ones return static buffers that another thread
+    // may overwrite while we copy.
+    char login[256];
+    if (::getlogin_r(login, sizeof login) == 0 && login[0] != '\0') {
+        name = login;
+        return true;
+    }
+    long size = ::sysconf(_SC_GETPW_R_SIZE_MAX);
+    std::vector<char> buffer(size > 0 ? static_cast<size_t>(size) : 16384);
+    struct passwd entry;
+    struct passwd* found = nullptr;
+    if (::getpwuid_r(::geteuid(), &entry, buffer.data(), buffer.size(), &found) == 0 && found &&
+        found->pw_name && found->pw_name[0] != '\0') {
+        name = found->pw_name;
+        return true;
+    }
+    return false;
+}
+
+int createNewFile(const char* path) {
+    if (!path) return -1;
+    return ::open(path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
+}
+
+std::string openDescriptorPath(int fd) {
+    std::string path = "/proc/self/fd/" + std::to_string(fd);
+    struct stat st;
+    return ::stat(path.c_str(), &st) == 0 ? path : std::string();
+}
+
+void closeDescriptor(int fd) {
+    if (fd >= 0) ::close(fd);
+}
+
+bool replaceFileAtomically(const std::string& path, const std::string& contents,
+                           std::string& error) {
+    // O_EXCL: two writers of the same file never share a temporary file; a name left
+    // behind by a crashed run is skipped.
+    std::string temporary;
+    int fd = -1;
+    for (int attempt = 0; fd < 0 && attempt < 100; ++attempt) {
+        temporary = path + ".tmp-" + std::to_string(::getpid()) + "-" +
+                    std::to_string(g_temporaryFileCounter++);
+        fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (fd < 0 && errno != EEXIST) break;
+    }
+    if (fd < 0) {
+        error = std::string("cannot create \"") + temporary + "\": " + lastErrorText();
+        return false;
+    }
+    auto fail = [&](const std::string& what) {
+        error = what + ": " + lastErrorText();  // before close and unlink change errno
+        if (fd >= 0) ::close(fd);
+        ::unlink(temporary.c_str());
+        return false;
+    };
+    struct stat old;
+    if (::stat(path.c_str(), &old) == 0 && S_ISREG(old.st_mode) &&
+        ::fchmod(fd, old.st_mode & 07777) != 0)
+        return fail(std::string("cannot give \"") + temporary + "\" the permissions of \"" + path +
+                    "\"");
+    if (!writeAll(fd, contents)) return fail(std::string("cannot write \"") + temporary + "\"");
+    if (::fsync(fd) != 0) return fail(std::string("cannot flush \"") + temporary + "\"");
+    const int closed = ::close(fd);
+    fd = -1;
+    if (closed != 0) return fail(std::string("cannot close \"") + temporary + "\"");
+    if (::rename(temporary.c_str(), path.c_str()) != 0)
+        return fail(std::string("cannot rename \"") + temporary + "\" to \"" + path + "\"");
+    // The rename reaches the disk with its directory. Should that flush fail, the new
+    // file is in place all the same: the caller's answer does not change.
+    const int directory = ::open(directoryOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (directory >= 0) {
+        ::fsync(directory);
+        ::close(directory);
+    }
+    return true;
+}
+
+void spinBackoff() {
+    if (BackoffHook hook = g_backoffHook.load()) {
+        hook();
+        return;
+    }
+    ::usleep(kSpinBackoffMicroseconds);
+}
+
+void setSpinBackoffHook(BackoffHook hook) {
+    g_backoffHook.store(hook);
+}
+
+namespace {
+// Large enough that an ordinary directory comes in one read (the C library's own size).
+constexpr size_t kListingBufferSize = 32 * 1024;
+
+EntryKind entryKind(unsigned char type) {
+    switch (type) {
+        case DT_DIR:
+            return EntryKind::directory;
+        case DT_LNK:
+            return EntryKind::symbolicLink;
+        case DT_UNKNOWN:
+            return EntryKind::unknown;
+        default:
+            return EntryKind::other;
+    }
+}
+}  // namespace
+
+DirectoryListing::~DirectoryListing() {
+    close();
+}
+
+int DirectoryListing::open(const char* path) {
+    close();
+    if (!m_buffer) m_buffer.reset(new char[kListingBufferSize]);
+    m_fd = ::open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    return m_fd < 0 ? errno : 0;
+}
+
+int DirectoryListing::status(FileStatus& status) const {
+    struct stat st;
+    if (::fstat(m_fd, &st) != 0) return errno;
+    fillStatus(st, status);
+    return 0;
+}
+
+bool DirectoryListing::next(Entry& entry, int& error) {
+    error = 0;
+    for (;;) {
+        if (m_offset >= m_filled) {
+            const ssize_t got = ::getdents64(m_fd, m_buffer.get(), kListingBufferSize);
+            if (got < 0) error = errno;
+            if (got <= 0) return false;
+            m_filled = static_cast<size_t>(got);
+            m_offset = 0;
+        }
+        const auto* record = reinterpret_cast<const struct dirent64*>(m_buffer.get() + m_offset);
+        m_offset += record->d_reclen;
+        const char* name = record->d_name;
+        if (record->d_ino == 0) continue;  // a deleted entry, as readdir skips them
+        if (name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'))) continue;
+        entry.name = name;
+        entry.kind = entryKind(record->d_type);
+        return true;
+    }
+}
+
+int DirectoryListing::entryStatus(const char* name, FileStatus& status) const {
+    struct stat st;
+    if (::fstatat(m_fd, name, &st, 0) != 0) return errno;
+    fillStatus(st, status);
+    return 0;
+}
+
+void DirectoryListing::close() noexcept {
+    if (m_fd >= 0) ::close(m_fd);
+    m_fd = -1;
+    m_filled = 0;
+    m_offset = 0;
+}
+
+}  // namespace posix
+}  // namespace FF_2_13

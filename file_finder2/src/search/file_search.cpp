@@ -1,0 +1,202 @@
+// The search front.
+#include <boost/filesystem/operations.hpp>
+
+#include "search/file_search.h"
+#include "search/found_files_lazy_iterator.h"
+#include "ff_kernel_image.h"
+#include "base/log.h"
+#include "config/search_steps_configurator.h"
+#include "search/search_strategies.h"
+#include "base/string_container.h"
+#include "ff_utils.h"
+
+namespace FF_2_13 {
+
+namespace {
+
+constexpr char kLogSource[] = "file_finder2/src/ff_search";
+
+const char* nameOrNull(const ObjectPtr<IValidFile>& file) {
+    return file ? file->name() : "NULL";
+}
+
+}  // namespace
+
+ObjectPtr<IFileSearch> IFileSearch::create(const ObjectPtr<ISearchEnv>& env) {
+    return ObjectPtr<IFileSearch>(new FileSearch(env));
+}
+
+unsigned int ConfidenceLevelPolicyWrapper::getConfidenceLevel(search_category_t category,
+                                                              unsigned int value) {
+    if (!m_env) return 0;
+    CallbackAccessor<IConfidenceLevelPolicyCallback> policy(m_env->confidenceLevelPolicyCallback());
+    if (!policy) return 0;
+    return policy->getConfidenceLevel(category, value);
+}
+
+FileSearch::FileSearch(const ObjectPtr<ISearchEnv>& env)
+    : m_pSearchEnv(env), m_confidencePolicy(m_pSearchEnv) {
+    FF_LOG_INFO(kLogSource,
+                "Search environment: m_pSearchEnv(scBinaryFiles) = "
+                    << dump(m_pSearchEnv, scBinaryFiles)
+                    << ", m_pSearchEnv(scSymbolFiles) = " << dump(m_pSearchEnv, scSymbolFiles)
+                    << ", m_pSearchEnv(scSourceFiles) = " << dump(m_pSearchEnv, scSourceFiles)
+                    << ", m_pSearchEnv(scAllFiles) = " << dump(m_pSearchEnv, scAllFiles));
+    if (m_pSearchEnv && m_pSearchEnv->fileRetriever()) utils::createUniqueTempDir(m_tempDir);
+}
+
+FileSearch::~FileSearch() {
+    // Fetched files were archived into the cache; what is left here is scratch.
+    if (m_tempDir.empty()) return;
+    boost::system::error_code ignored;  // nothing depends on the clean-up succeeding
+    boost::filesystem::remove_all(m_tempDir, ignored);
+}
+
+ObjectPtr<IValidFile> FileSearch::findBinFile(const char* fileName,
+                                              IValidatorCallback* validatorCallback,
+                                              const char* suggestedFile,
+                                              unsigned long long stepsMask) {
+    FF_TRACE_SCOPE(kLogSource,
+                   "virtual ObjectPtr<IValidFile> FileSearch::findBinFile(const char*, "
+                   "IValidatorCallback*, const char*, unsigned long long)");
+    if (utils::isStringEmpty(fileName) || !m_pSearchEnv) return ObjectPtr<IValidFile>();
+    ObjectPtr<IValidFile> result =
+        internalFindBinFile(fileName, validatorCallback, suggestedFile, stepsMask);
+    if (result) return result;
+
+    // The kernel is recorded as "vmlinux": try the images of the recorded release.
+    if (utils::getFileNameOnly(fileName) != VMLINUX) return result;
+    ObjectPtr<IEnvironmentInfo> info = m_pSearchEnv->environmentInfo();
+    if (!info || utils::isStringEmpty(info->kernelRelease())) return result;
+    const std::string release = info->kernelRelease();
+    result = internalFindBinFile(("/boot/vmlinux-" + release).c_str(), validatorCallback,
+                                 suggestedFile, stepsMask);
+    if (!result)
+        result = internalFindBinFile(("/boot/vmlinuz-" + release).c_str(), validatorCallback,
+                                     suggestedFile, stepsMask);
+    return result;
+}
+
+ObjectPtr<IValidFile> FileSearch::internalFindBinFile(const char* fileName,
+                                                      IValidatorCallback* validatorCallback,
+                                                      const char* suggestedFile,
+                                                      unsigned long long stepsMask) {
+    FF_LOG_INFO(kLogSource, "Searching bin file:" << fileName);
+    Validator validator(validatorCallback, m_confidencePolicy, scBinaryFiles, fileName,
+                        m_pSearchEnv->fileRetriever());
+    const std::string name = utils::getCanonicalName(fileName, false);
+    BinFileSearchStrategy strategy(m_pSearchEnv.get(), name.c_str(), m_tempDir, validator);
+    return findFile(strategy, validator, suggestedFile, stepsMask);
+}
+
+ObjectPtr<IValidFile> FileSearch::findSymFile(const char* symFile, const char* binaryFile,
+                                              const char* checksum,
+                                              IValidatorCallback* validatorCallback,
+                                              const char* suggestedFile,
+                                              ISymSrvDownloadProgressCallback* /*progress*/,
+                                              const char* remoteBinaryFile) {
+    // The progress callback serves symbol-server downloads; no local step reports any.
+    FF_TRACE_SCOPE(kLogSource,
+                   "virtual ObjectPtr<IValidFile> FileSearch::findSymFile(const char*, const "
+                   "char*, const char*, IValidatorCallback*, const char*, "
+                   "ISymSrvDownloadProgressCallback*, const char*)");
+    if (utils::isStringEmpty(symFile) || !m_pSearchEnv) return ObjectPtr<IValidFile>();
+    const std::string name = utils::getCanonicalName(symFile, false);
+    const std::string binary = utils::getCanonicalName(binaryFile, false);
+    FF_LOG_INFO(kLogSource, "Searching sym file:" << name << ", binary file:" << binary
+                                                  << ", checksum:" << (checksum ? checksum : ""));
+    Validator validator(validatorCallback, m_confidencePolicy, scSymbolFiles, symFile,
+                        m_pSearchEnv->fileRetriever());
+    SymFileSearchStrategy strategy(m_pSearchEnv.get(), name.c_str(), m_tempDir, binary.c_str(),
+                                   checksum, remoteBinaryFile, validator);
+    return findFile(strategy, validator, suggestedFile, 0);
+}
+
+ObjectPtr<IValidFile> FileSearch::findSrcFile(const char* srcFile, const char* binaryFile,
+                                              const char* checksum,
+                                              IValidatorCallback* validatorCallback,
+                                              const char* suggestedFile) {
+    FF_TRACE_SCOPE(kLogSource,
+                   "virtual ObjectPtr<IValidFile> FileSearch::findSrcFile(const char*, const "
+                   "char*, const char*, IValidatorCallback*, const char*)");
+    if (utils::isStringEmpty(srcFile) || !m_pSearchEnv) return ObjectPtr<IValidFile>();
+    const std::string name = utils::getCanonicalName(srcFile, false);
+    const std::string binary = utils::getCanonicalName(binaryFile, false);
+    FF_LOG_INFO(kLogSource, "Searching src file:" << name << ", binary file:" << binary
+                                                  << ", checksum:" << (checksum ? checksum : ""));
+    Validator validator(validatorCallback, m_confidencePolicy, scSourceFiles, srcFile,
+                        m_pSearchEnv->fileRetriever());
+    SrcFileSearchStrategy strategy(m_pSearchEnv.get(), name.c_str(), binary.c_str(), checksum,
+                                   validator);
+    return findFile(strategy, validator, suggestedFile, 0);
+}
+
+ObjectPtr<IValidFile> FileSearch::findFile(IFileSearchStrategy& strategy,
+                                           IValidatorInternal& validator, const char* suggestedFile,
+                                           unsigned long long stepsMask) {
+    FF_TRACE_SCOPE(kLogSource,
+                   "ObjectPtr<IValidFile> FileSearch::findFile(IFileSearchStrategy&, "
+                   "IValidatorInternal&, const char*, unsigned long long)");
+    StringContainer suggestions;
+    if (suggestedFile) suggestions.add(suggestedFile);
+
+    bool goOn = true;
+    {
+        CallbackAccessor<ISearchStartedCallback> started(m_pSearchEnv->searchStartedCallback());
+        if (started) goOn = strategy.callSearchStarted(*started.get(), suggestions);
+    }
+    FF_LOG_INFO(kLogSource, "Suggested resolutions after callback: suggestedResolutions: "
+                                << dump(suggestions));
+
+    FoundFilesLazyIterator found(strategy, validator, stepsMask);
+    found.reset();
+    for (size_t i = 0; i < suggestions.size(); ++i)
+        found.validateAndAdd(suggestions.get(i), ssAskUser);
+
+    if (goOn) {
+        ObjectPtr<IValidFile> first = found.next();
+        if (first) {
+            CallbackHolder<IFilesFoundCallback>& holder = m_pSearchEnv->filesFoundCallback();
+            if (!holder.get()) {
+                FF_LOG_INFO(kLogSource,
+                            "Returning the first found, no filesFoundCallback established");
+                return first;
+            }
+            CallbackAccessor<IFilesFoundCallback> filesFound(holder);
+            if (!filesFound) {
+                FF_LOG_INFO(kLogSource,
+                            "Returning the first found, no pFilesFoundCallback established");
+                return first;
+            }
+            found.reset();
+            ObjectPtr<IValidFile> chosen = strategy.callFilesFound(*filesFound.get(), found);
+            FF_LOG_INFO(kLogSource, "Returning the result = " << nameOrNull(chosen)
+                                                              << " after pFilesFoundCallback");
+            return chosen;
+        }
+    }
+
+    if (m_pSearchEnv->noFilesFoundCallback().get()) {
+        CallbackAccessor<INoFilesFoundCallback> noFilesFound(m_pSearchEnv->noFilesFoundCallback());
+        if (!noFilesFound) {
+            FF_LOG_INFO(kLogSource, "Nothing found, returning");
+            return ObjectPtr<IValidFile>();
+        }
+        // The list of what was found, without running a step: a search told not to go
+        // on stays that way.
+        found.currentlyFoundValid().reset();
+        found.currentlyFoundInvalid().reset();
+        ObjectPtr<IValidFile> supplied = strategy.callNoFilesFound(
+            *noFilesFound.get(), found.currentlyFoundInvalid(), found.currentlyFoundValid());
+        if (supplied)
+            FF_LOG_INFO(kLogSource, "Returning the result = " << supplied->name()
+                                                              << " after pNoFilesFoundCallback");
+        else
+            FF_LOG_INFO(kLogSource, "Nothing found after pNoFilesFoundCallback");
+        return supplied;
+    }
+    FF_LOG_INFO(kLogSource, "Returning the NULL result, no noFilesFoundCallback established");
+    return ObjectPtr<IValidFile>();
+}
+
+}  // namespace FF_2_13

@@ -1,0 +1,85 @@
+// The engine of one search: walks the enabled search steps of a strategy one at a time,
+// only as far as the caller asks for results, and is the results container into which
+// the strategies and the directory finder pour candidates.
+//
+// next():
+//   1. hand out a valid file an earlier step already found, if any is left;
+//   2. otherwise run the next step (the strategy offers its candidates through
+//      validateAndAdd) and try again; with no step left, return empty.
+// validateAndAdd(candidate, step):
+//   1. a candidate that does not exist is dropped without a trace in the lists;
+//   2. the validator judges it; a rejected compressed kernel image ("vmlinuz...") is
+//      replaced by its unpacked "vmlinux", cached per user and per checksum;
+//   3. a file already listed under the same canonical name is a duplicate;
+//   4. the rest is appended to the valid or the invalid list; only a new valid file
+//      answers true, which tells the producer to stop.
+//
+// One iterator serves one search on one thread; it lives on the stack of the search.
+#pragma once
+
+#include <list>
+
+#include "ff_callbacks.h"
+#include "search/search_interfaces.h"
+#include "ff_search_steps.h"
+#include "validation/validator.h"
+
+namespace FF_2_13 {
+
+class IFileSearchStrategy;
+
+class FoundFilesLazyIterator : public IValidFileIterator, public ISearchResultsContainer {
+public:
+    /// A list-only iterator over one of the lists: it runs no step, and it also sees
+    /// files appended after it reached the end.
+    template <class T, class I>
+    class FilesIterator : public I {
+    public:
+        explicit FilesIterator(std::list<ObjectPtr<T>>& files) : m_files(&files) {}
+        void reset() override { m_hasLast = false; }
+        ObjectPtr<T> next() override {
+            auto position = m_hasLast ? std::next(m_last) : m_files->begin();
+            if (position == m_files->end()) return ObjectPtr<T>();
+            m_last = position;
+            m_hasLast = true;
+            return *position;
+        }
+
+    private:
+        std::list<ObjectPtr<T>>* m_files;
+        typename std::list<ObjectPtr<T>>::iterator m_last;
+        bool m_hasLast = false;
+    };
+
+    FoundFilesLazyIterator(IFileSearchStrategy& strategy, IValidatorInternal& validator,
+                           unsigned long long stepsMask);
+    ~FoundFilesLazyIterator();
+    FoundFilesLazyIterator(const FoundFilesLazyIterator&) = delete;
+    FoundFilesLazyIterator& operator=(const FoundFilesLazyIterator&) = delete;
+
+    /// Replays the valid files found so far; the steps are not run again.
+    void reset() override;
+    /// The next valid file, running steps as needed; empty when no step is left.
+    ObjectPtr<IValidFile> next() override;
+    bool validateAndAdd(const char* fileName, unsigned int searchStep) override;
+
+    IInvalidFileIterator& currentlyFoundInvalid() { return m_invalidIterator; }
+    /// The valid files found so far, without running further steps.
+    IValidFileIterator& currentlyFoundValid() { return m_validIterator; }
+
+private:
+    bool runStep(search_step_t step);
+    ObjectPtr<IValidatedFile> validateKernelImage(const char* fileName, unsigned int searchStep,
+                                                  const ObjectPtr<IValidatedFile>& verdict);
+
+    IFileSearchStrategy& m_strategy;
+    IValidatorInternal& m_validator;
+    std::list<ObjectPtr<IValidFile>> m_validFiles;
+    std::list<ObjectPtr<IInvalidFile>> m_invalidFiles;
+    FilesIterator<IValidFile, IValidFileIterator> m_validIterator;
+    FilesIterator<IInvalidFile, IInvalidFileIterator> m_invalidIterator;
+    std::list<ObjectPtr<IValidFile>>::iterator m_current;
+    ObjectPtr<ISearchStepsIterator> m_steps;
+};
+
+}  // namespace FF_2_13

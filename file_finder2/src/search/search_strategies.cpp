@@ -1,0 +1,416 @@
+// Search strategies for binaries, symbol files and source files.
+#include "search/search_strategies.h"
+
+#include <boost/filesystem/path.hpp>
+#include <cstring>
+
+#include "search/files_finder.h"
+#include "ff_kernel_image.h"
+#include "base/log.h"
+#include "files/linux_names.h"
+#include "platform/posix.h"
+#include "ff_utils.h"
+
+namespace FF_2_13 {
+
+namespace {
+
+constexpr char kLogSource[] = "file_finder2/src/ff_search";
+constexpr char kGuestMark[] = "[guest]";
+
+bool containsGuestMark(const char* name) {
+    return std::strstr(name, kGuestMark) != nullptr;
+}
+
+// "vmlinux [guest]" -> "[guest]/vmlinux"; "/lib/m.ko [guest]" -> "[guest]/lib/m.ko": the
+// text before the mark less the blank in front of it, under a directory named after the
+// mark.
+std::string guestName(const std::string& name) {
+    const size_t mark = name.find(kGuestMark);
+    const std::string hostPart = name.substr(0, mark > 0 ? mark - 1 : 0);
+    boost::filesystem::path guest(kGuestMark);
+    guest /= hostPart;
+    return guest.string();
+}
+
+bool hasKernelImageName(const char* name) {
+    return utils::getFileNameOnly(name) == VMLINUX;
+}
+
+// True when `path`, after lexical normalisation, lies strictly below `dir`.
+bool isInsideDirectory(const std::string& path, const std::string& dir) {
+    const std::string normal = utils::getCanonicalName(path.c_str(), false);
+    const std::string base = utils::getCanonicalName(dir.c_str(), false);
+    return normal.size() > base.size() + 1 && normal.compare(0, base.size(), base) == 0 &&
+           normal[base.size()] == '/';
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------------------
+// BasicFileSearchStrategy
+
+BasicFileSearchStrategy::BasicFileSearchStrategy(ISearchEnv* env, const char* fileName)
+    : m_env(env), m_fileName(fileName) {}
+
+bool BasicFileSearchStrategy::find(const std::string&, bool, const std::string&,
+                                   ISearchResultsContainer&, bool& skip) {
+    skip = false;
+    return false;
+}
+
+ObjectPtr<ISearchStepsIterator> BasicFileSearchStrategy::getSearchStepsIterator(
+    unsigned long long stepsMask) {
+    ObjectPtr<ISearchStepsConfigurator> configurator;
+    if (m_env) configurator = m_env->searchStepsConfigurator();
+    if (!configurator) configurator = ISearchStepsConfigurator::create();  // the default steps
+    return configurator->getSearchStepsIterator(getCategorySpecific(), stepsMask);
+}
+
+bool BasicFileSearchStrategy::offerAbsoluteName(ISearchResultsContainer& results) {
+    if (!utils::isAbsolutePath(m_fileName)) return false;  // a relative name is no path here
+    return results.validateAndAdd(m_fileName, ssAbsoluteNameLookup);
+}
+
+bool BasicFileSearchStrategy::lookUpAbsoluteName(ISearchResultsContainer& results) {
+    return offerAbsoluteName(results);
+}
+
+bool BasicFileSearchStrategy::lookUpAroundBinary(ISearchResultsContainer&) {
+    return false;  // only a symbol file has a binary to look around
+}
+
+bool BasicFileSearchStrategy::findInHighPriorityDirs(ISearchResultsContainer& results) {
+    return findInPriorityDirs(results, true);
+}
+
+bool BasicFileSearchStrategy::findInLowPriorityDirs(ISearchResultsContainer& results) {
+    return findInPriorityDirs(results, false);
+}
+
+bool BasicFileSearchStrategy::findInPriorityDirs(ISearchResultsContainer& results,
+                                                 bool highPriority) {
+    if (!m_env) return false;
+    // The category's own directories first, then those registered for every category.
+    if (findInSearchDirs(results, m_env->searchDirs(getCategorySpecific()), highPriority))
+        return true;
+    return findInSearchDirs(results, m_env->searchDirs(scAllFiles), highPriority);
+}
+
+bool BasicFileSearchStrategy::findInSearchDirs(ISearchResultsContainer& results,
+                                               const ObjectPtr<ISearchDirIterator>& dirs,
+                                               bool highPriority) {
+    FilesFinder finder(highPriority ? ssHighPrioritySearchDirs : ssLowPrioritySearchDirs, this);
+    if (dirs) {
+        dirs->reset();
+        const char* dir = nullptr;
+        bool recursive = false;
+        bool isHighPriority = false;
+        while (dirs->getCurrentRecord(dir, recursive, isHighPriority)) {
+            if (isHighPriority == highPriority) finder.addSearchDirectory(dir, recursive);
+            dirs->next();
+        }
+    }
+    if (finder.find(fileToSearch(), results)) return true;
+    // A guest system's file, recorded as "name [guest]", may have been copied under a
+    // "[guest]" directory.
+    if (!containsGuestMark(fileToSearch())) return false;
+    return finder.find(guestName(fileToSearch()).c_str(), results);
+}
+
+bool BasicFileSearchStrategy::findInArchiveDirs(ISearchResultsContainer& results) {
+    if (!m_env) return false;
+    FilesFinder finder(ssArchiveSearchDirs, this);
+    const std::string baseName = utils::getFileNameOnly(fileToSearch());
+    fillArchiveDirs(m_env->archiveDirs(getCategorySpecific()), finder, baseName);
+    fillArchiveDirs(m_env->archiveDirs(scAllFiles), finder, baseName);
+    return finder.find(baseName.c_str(), results);
+}
+
+void BasicFileSearchStrategy::fillArchiveDirs(const ObjectPtr<ISearchDirIterator>& dirs,
+                                              ISearchDirectoryContainer& container,
+                                              const std::string& baseName) {
+    if (!dirs) return;
+    // An archive keeps each file under a directory named after it:
+    // <archive>/libx.so/<md5>/libx.so, searched recursively from <archive>/libx.so.
+    dirs->reset();
+    const char* dir = nullptr;
+    bool recursive = false;
+    bool highPriority = false;
+    while (dirs->getCurrentRecord(dir, recursive, highPriority)) {
+        container.addSearchDirectory(utils::addSubPart(dir, baseName.c_str()).c_str(), true);
+        dirs->next();
+    }
+}
+
+bool BasicFileSearchStrategy::findInCacheDir(ISearchResultsContainer& results) {
+    if (!m_env) return false;
+    FilesFinder finder(ssCacheSearchDir, this);
+    const std::string baseName = utils::getFileNameOnly(fileToSearch());
+    const char* cacheDir = m_env->cacheDir();
+    if (utils::isStringEmpty(cacheDir)) {
+        FF_LOG_ERROR(kLogSource, "Empty directory name.");
+        return false;
+    }
+    finder.addSearchDirectory(cacheDir, true);
+    return finder.find(baseName.c_str(), results);
+}
+
+bool BasicFileSearchStrategy::findInSystemDirs(ISearchResultsContainer& results) {
+    // This machine's system directories say nothing about a guest system.
+    if (containsGuestMark(fileToSearch())) return false;
+    FilesFinder finder(ssSystemDirs, this);
+    fillSystemDirs(finder);
+    return finder.find(fileToSearch(), results);
+}
+
+// ---------------------------------------------------------------------------------------
+// BasicLocalAndRemoteFileSearchStrategy
+
+BasicLocalAndRemoteFileSearchStrategy::BasicLocalAndRemoteFileSearchStrategy(
+    ISearchEnv* env, const char* fileName, const std::string& tempDir)
+    : BasicFileSearchStrategy(env, fileName), m_tempDir(tempDir) {}
+
+bool BasicLocalAndRemoteFileSearchStrategy::lookUpAbsoluteName(ISearchResultsContainer& results) {
+    std::string name = fileToSearch();
+    fixLinuxName(name);
+    IFileRetriever* retriever = m_env ? m_env->fileRetriever() : nullptr;
+    if (retriever && !retriever->isLocal(name.c_str())) {
+        std::string localCopy;
+        if (!fetchRemoteFile(*this, m_tempDir, name, localCopy)) return false;
+        return results.validateAndAdd(localCopy.c_str(), ssAbsoluteNameLookup);
+    }
+    return offerAbsoluteName(results);
+}
+
+// ---------------------------------------------------------------------------------------
+// BinFileSearchStrategy
+
+BinFileSearchStrategy::BinFileSearchStrategy(ISearchEnv* env, const char* fileName,
+                                             const std::string& tempDir, IValidator& validator)
+    : BasicLocalAndRemoteFileSearchStrategy(env, fileName, tempDir), m_validator(validator) {}
+
+bool BinFileSearchStrategy::callSearchStarted(ISearchStartedCallback& callback,
+                                              IStringContainer& strings) {
+    return callback.binFileSearchStarted(fileToSearch(), strings);
+}
+
+ObjectPtr<IValidFile> BinFileSearchStrategy::callFilesFound(IFilesFoundCallback& callback,
+                                                            IValidFileIterator& valid) {
+    return callback.binFilesFound(fileToSearch(), valid);
+}
+
+ObjectPtr<IValidFile> BinFileSearchStrategy::callNoFilesFound(INoFilesFoundCallback& callback,
+                                                              IInvalidFileIterator& invalid,
+                                                              IValidFileIterator& valid) {
+    return callback.noBinFilesFound(fileToSearch(), m_validator, invalid, valid);
+}
+
+bool BinFileSearchStrategy::findInSystemDirs(ISearchResultsContainer& results) {
+    const char* name = fileToSearch();
+    const bool guest = containsGuestMark(name);
+    // A name without directory and extension ("ext4") is a kernel module as the kernel
+    // reports it: its file is "ext4.ko" somewhere under /lib/modules.
+    const bool moduleName = boost::filesystem::path(name).stem().string() == name;
+    if (moduleName && !guest) {
+        FilesFinder finder(ssSystemDirs, this);
+        fillSystemDirs(finder);
+        return finder.find((std::string(name) + ".ko").c_str(), results);
+    }
+    if (guest) return false;
+    FilesFinder finder(ssSystemDirs, this);
+    fillSystemDirs(finder);
+    return finder.find(name, results);
+}
+
+void BinFileSearchStrategy::fillSystemDirs(ISearchDirectoryContainer& dirs) {
+    dirs.addSearchDirectory("/lib/modules", false);
+    std::string release;
+    if (posix::runningKernelRelease(release))  // /lib/modules/6.1.0-18-amd64/kernel/
+        dirs.addSearchDirectory(("/lib/modules/" + release + "/kernel/").c_str(), true);
+    if (!hasKernelImageName(fileToSearch())) return;
+    dirs.addSearchDirectory("/boot", false);
+    // The debug image of the recorded kernel, not of the running one.
+    ObjectPtr<IEnvironmentInfo> info =
+        m_env ? m_env->environmentInfo() : ObjectPtr<IEnvironmentInfo>();
+    if (info && !utils::isStringEmpty(info->kernelRelease()))
+        dirs.addSearchDirectory(
+            (std::string("/usr/lib/debug/lib/modules/") + info->kernelRelease()).c_str(), false);
+}
+
+// ---------------------------------------------------------------------------------------
+// SymFileSearchStrategy
+
+SymFileSearchStrategy::SymFileSearchStrategy(ISearchEnv* env, const char* fileName,
+                                             const std::string& tempDir, const char* binaryFile,
+                                             const char* checksum, const char* remoteBinaryFile,
+                                             IValidator& validator)
+    : BasicLocalAndRemoteFileSearchStrategy(env, fileName, tempDir),
+      m_binaryFile(binaryFile ? binaryFile : ""),
+      m_checksum(checksum ? checksum : ""),
+      m_remoteBinaryFile(remoteBinaryFile ? remoteBinaryFile : ""),
+      m_validator(validator) {}
+
+bool SymFileSearchStrategy::callSearchStarted(ISearchStartedCallback& callback,
+                                              IStringContainer& strings) {
+    return callback.symFileSearchStarted(fileToSearch(), m_binaryFile.c_str(), m_checksum.c_str(),
+                                         strings);
+}
+
+ObjectPtr<IValidFile> SymFileSearchStrategy::callFilesFound(IFilesFoundCallback& callback,
+                                                            IValidFileIterator& valid) {
+    return callback.symFilesFound(fileToSearch(), m_binaryFile.c_str(), m_checksum.c_str(), valid);
+}
+
+ObjectPtr<IValidFile> SymFileSearchStrategy::callNoFilesFound(INoFilesFoundCallback& callback,
+                                                              IInvalidFileIterator& invalid,
+                                                              IValidFileIterator& valid) {
+    return callback.noSymFilesFound(fileToSearch(), m_binaryFile.c_str(), m_checksum.c_str(),
+                                    m_validator, invalid, valid);
+}
+
+bool SymFileSearchStrategy::find(const std::string&, bool, const std::string&,
+                                 ISearchResultsContainer&, bool& skip) {
+    skip = false;
+    return false;
+}
+
+bool SymFileSearchStrategy::isRemoteLinuxResult() const {
+    if (!m_env) return false;
+    ObjectPtr<IEnvironmentInfo> info = m_env->environmentInfo();
+    return info && info->osType() == osLinux;
+}
+
+bool SymFileSearchStrategy::lookUpAbsoluteName(ISearchResultsContainer& results) {
+    // Only a result recorded on Linux names Linux paths worth fetching.
+    if (isRemoteLinuxResult())
+        return BasicLocalAndRemoteFileSearchStrategy::lookUpAbsoluteName(results);
+    return offerAbsoluteName(results);
+}
+
+bool SymFileSearchStrategy::lookUpAroundBinary(ISearchResultsContainer& results) {
+    if (m_binaryFile.empty()) return false;
+    const char* binary = m_binaryFile.c_str();
+    const std::string binaryDir = utils::getFileNamePath(binary);
+    const std::string symbolName = utils::getFileNameOnly(fileToSearch());
+    // /opt/a/libx.so with libx.so.debug: /opt/a/libx.so.debug
+    if (results.validateAndAdd(utils::addSubPart(binaryDir.c_str(), symbolName.c_str()).c_str(),
+                               ssAroundBinaryLookup))
+        return true;
+    // /opt/a/libx.so with libx-1.2.debug: /opt/a/libx.debug
+    if (utils::getFileNameBase(binary) != utils::getFileNameBase(fileToSearch())) {
+        const std::string renamed = utils::changeFileNameExtension(
+            binary, utils::getFileNameExtension(fileToSearch()).c_str());
+        if (results.validateAndAdd(renamed.c_str(), ssAroundBinaryLookup)) return true;
+    }
+    // /opt/a/libx.so with libx.so.debug: /opt/a/.debug/libx.so.debug
+    const std::string debugDir = binaryDir + "/.debug";
+    if (results.validateAndAdd(utils::addSubPart(debugDir.c_str(), symbolName.c_str()).c_str(),
+                               ssAroundBinaryLookup))
+        return true;
+    return lookUpAroundRemoteBinary(results);
+}
+
+bool SymFileSearchStrategy::lookUpAroundRemoteBinary(ISearchResultsContainer& results) {
+    if (m_remoteBinaryFile.empty() || m_tempDir.empty() || !isRemoteLinuxResult()) return false;
+    IFileRetriever* retriever = m_env->fileRetriever();
+    if (!retriever || retriever->isLocal(m_remoteBinaryFile.c_str())) return false;
+
+    std::string name = fileToSearch();
+    fixLinuxName(name);
+    const std::string remoteDir = utils::getFileNamePath(m_remoteBinaryFile.c_str());
+    const std::string symbolName = utils::getFileNameOnly(name.c_str());
+    std::vector<std::string> candidates;
+    candidates.push_back(utils::addSubPart(remoteDir.c_str(), symbolName.c_str()));
+    if (utils::getFileNameBase(m_remoteBinaryFile.c_str()) != utils::getFileNameBase(name.c_str()))
+        candidates.push_back(utils::changeFileNameExtension(
+            m_remoteBinaryFile.c_str(), utils::getFileNameExtension(name.c_str()).c_str()));
+    candidates.push_back(utils::addSubPart((remoteDir + "/.debug").c_str(), symbolName.c_str()));
+
+    for (const std::string& candidate : candidates) {
+        std::string localCopy;
+        if (!fetchRemoteFile(*this, m_tempDir, candidate, localCopy)) continue;
+        if (results.validateAndAdd(localCopy.c_str(), ssAroundBinaryLookup)) return true;
+    }
+    return false;
+}
+
+void SymFileSearchStrategy::fillSystemDirs(ISearchDirectoryContainer& dirs) {
+    dirs.addSearchDirectory("/usr/lib/debug", false);
+    // A symbol file named by a path inside the binary's own directory is not looked for
+    // in the mirror tree. The joined text keeps the doubled slash of an absolute
+    // directory: /usr/lib/debug//usr/lib for a binary in /usr/lib.
+    if (std::strncmp(fileToSearch(), m_binaryFile.c_str(), m_binaryFile.size()) != 0)
+        dirs.addSearchDirectory(
+            ("/usr/lib/debug/" + utils::getFileNamePath(m_binaryFile.c_str())).c_str(), false);
+}
+
+// ---------------------------------------------------------------------------------------
+// SrcFileSearchStrategy
+
+SrcFileSearchStrategy::SrcFileSearchStrategy(ISearchEnv* env, const char* fileName,
+                                             const char* binaryFile, const char* checksum,
+                                             IValidator& validator)
+    : BasicFileSearchStrategy(env, fileName),
+      m_binaryFile(binaryFile ? binaryFile : ""),
+      m_checksum(checksum ? checksum : ""),
+      m_validator(validator) {}
+
+bool SrcFileSearchStrategy::callSearchStarted(ISearchStartedCallback& callback,
+                                              IStringContainer& strings) {
+    return callback.srcFileSearchStarted(fileToSearch(), m_binaryFile.c_str(), m_checksum.c_str(),
+                                         strings);
+}
+
+ObjectPtr<IValidFile> SrcFileSearchStrategy::callFilesFound(IFilesFoundCallback& callback,
+                                                            IValidFileIterator& valid) {
+    return callback.srcFilesFound(fileToSearch(), m_binaryFile.c_str(), m_checksum.c_str(), valid);
+}
+
+ObjectPtr<IValidFile> SrcFileSearchStrategy::callNoFilesFound(INoFilesFoundCallback& callback,
+                                                              IInvalidFileIterator& invalid,
+                                                              IValidFileIterator& valid) {
+    return callback.noSrcFilesFound(fileToSearch(), m_binaryFile.c_str(), m_checksum.c_str(),
+                                    m_validator, invalid, valid);
+}
+
+void SrcFileSearchStrategy::fillSystemDirs(ISearchDirectoryContainer& dirs) {
+    dirs.addSearchDirectory("/usr/src", false);
+    std::string release;
+    if (posix::runningKernelRelease(release))  // /usr/src/linux-headers-6.1.0-18-amd64
+        dirs.addSearchDirectory(("/usr/src/linux-headers-" + release).c_str(), false);
+}
+
+// ---------------------------------------------------------------------------------------
+// Remote files
+
+bool fetchRemoteFile(const IFileSearchStrategy& strategy, const std::string& tempDir,
+                     const std::string& remoteName, std::string& localName) {
+    ISearchEnv* env = strategy.getSearchEnv();
+    if (!env) return false;
+    const char* cacheDir = env->cacheDir();
+    if (utils::isStringEmpty(cacheDir)) {
+        FF_LOG_ERROR(kLogSource, "Empty directory name.");
+        return false;
+    }
+    IFileRetriever* retriever = env->fileRetriever();
+    if (tempDir.empty() || !retriever) return false;
+
+    // A recorded name is untrusted: it must not lead the copy, or the clean-up after a
+    // failed archiving, out of the search's private directory.
+    const std::string localCopy = utils::addSubPart(tempDir.c_str(), remoteName.c_str());
+    if (!isInsideDirectory(localCopy, tempDir)) {
+        FF_LOG_ERROR(kLogSource, "Remote name leaves the temporary directory: " << remoteName);
+        return false;
+    }
+    if (retriever->retrieve(remoteName.c_str(), tempDir.c_str()) != 0) return false;
+
+    const unsigned int archived =
+        utils::archiveFile(localCopy.c_str(), cacheDir, nullptr, localName, true);
+    if (archived == utils::kArchiveDone) return true;
+    // Already cached (6): the fetched copy is a duplicate; any failure: it is useless.
+    utils::removeFile(localCopy.c_str());
+    return archived == utils::kArchiveAlreadyThere;
+}
+
+}  // namespace FF_2_13

@@ -1,0 +1,199 @@
+// The search history: keys, the three maps, replacement, and the history file.
+#include "ff_history.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <csignal>
+#include <tuple>
+#include <vector>
+
+#include "history/search_history.h"
+#include "log_capture.h"
+#include "temp_dir.h"
+#include "unprivileged.h"
+
+using namespace FF_2_13;
+
+namespace {
+
+std::string nameOf(const ObjectPtr<IFileAssociation>& association) {
+    return association ? association->resolvedName() : "<none>";
+}
+
+// Category, file, binary, checksum, resolved: every association of a history, in order.
+using Row = std::tuple<int, std::string, std::string, std::string, std::string>;
+std::vector<Row> rowsOf(const ObjectPtr<ISearchHistory>& history) {
+    const SearchHistory::Snapshot s = dynamic_cast<SearchHistory&>(*history).snapshot();
+    std::vector<Row> rows;
+    int category = scBinaryFiles;
+    for (const auto* entries : {&s.binaries, &s.symbols, &s.sources}) {
+        for (const SearchHistory::Entry& e : *entries)
+            rows.emplace_back(category, e.key.fileName, e.key.binaryFile, e.key.checksum,
+                              e.resolvedName);
+        ++category;
+    }
+    return rows;
+}
+
+}  // namespace
+
+TEST(SearchHistory, LookupsMatchAllThreeNamesExactlyWithNullAsEmpty) {
+    ObjectPtr<ISearchHistory> history = ISearchHistory::create();
+    history->addSymFileAssociation("a", "b", "c", "/sym");
+    history->addBinFileAssociation(nullptr, "/unnamed");
+    history->addBinFileAssociation("lib.so", nullptr);
+    EXPECT_EQ("/sym", nameOf(history->findSymFileAssociation("a", "b", "c")));
+    for (const char* binary : {"", "c", "B"})
+        EXPECT_FALSE(history->findSymFileAssociation("a", binary, "c"));
+    EXPECT_FALSE(history->findSymFileAssociation("a", "b", nullptr));
+    EXPECT_FALSE(history->findSymFileAssociation("A", "b", "c"));
+    EXPECT_EQ("/unnamed", nameOf(history->findBinFileAssociation("")));
+    EXPECT_EQ("", nameOf(history->findBinFileAssociation("lib.so")));
+    EXPECT_FALSE(history->findBinFileAssociation("./lib.so"));  // no canonicalisation
+}
+
+TEST(SearchHistory, CategoriesAreIndependentAndClearEmptiesOnlyWhatItNames) {
+    const Row bin{1, "a", "", "", "/bin"}, sym{2, "a", "", "", "/sym"}, src{3, "a", "", "", "/src"};
+    const std::vector<std::pair<int, std::vector<Row>>> leftAfterClear = {
+        {scBinaryFiles, {sym, src}}, {scSymbolFiles, {bin, src}},
+        {scSourceFiles, {bin, sym}}, {scAllFiles, {}},
+        {0, {bin, sym, src}},        {5, {bin, sym, src}},
+        {-1, {bin, sym, src}}};
+    for (const auto& c : leftAfterClear) {
+        ObjectPtr<ISearchHistory> history = ISearchHistory::create();
+        history->addBinFileAssociation("a", "/bin");
+        history->addSymFileAssociation("a", "", "", "/sym");
+        history->addSrcFileAssociation("a", "", "", "/src");
+        history->clear(static_cast<search_category_t>(c.first));
+        EXPECT_EQ(c.second, rowsOf(history)) << "clear(" << c.first << ")";
+    }
+}
+
+TEST(SearchHistory, AddingAgainReplacesWhileEarlierAssociationsKeepTheirNames) {
+    ObjectPtr<ISearchHistory> history = ISearchHistory::create();
+    ObjectPtr<IFileAssociation> first = history->addSrcFileAssociation("a", "b", "c", "/one");
+    ObjectPtr<IFileAssociation> second = history->addSrcFileAssociation("a", "b", "c", "/two");
+    EXPECT_EQ(second, history->findSrcFileAssociation("a", "b", "c"));
+    EXPECT_EQ("/one", nameOf(first));
+    history->clear(scAllFiles);
+    EXPECT_EQ("/two", nameOf(second));
+    EXPECT_FALSE(history->findSrcFileAssociation("a", "b", "c"));
+}
+
+// Awkward names of every kind are in the bad-input table; here the UTF-8 checks: valid
+// text stays a string, and a bad lead byte, a surrogate and a cut sequence go as hex.
+TEST(SearchHistoryFile, RoundTripKeepsEveryNameByteForByteAndTheFilesPermissions) {
+    fftest::TempDir dir;
+    const std::vector<std::string> names = {"caf\xc3\xa9 \xf0\x9f\x98\x80", "lone \xff byte",
+                                            "surrogate \xed\xa0\x80", "cut \xe2\x82", ""};
+    ObjectPtr<ISearchHistory> saved = ISearchHistory::create();
+    for (size_t i = 0; i < names.size(); ++i) {
+        const char* n = names[i].c_str();
+        const char* other = names[(i + 1) % names.size()].c_str();
+        saved->addBinFileAssociation(n, other);
+        saved->addSymFileAssociation(n, other, "9e10", n);
+        saved->addSrcFileAssociation("x.c", n, other, "");
+    }
+    const std::string file = dir.makeFile("history.json", "old");
+    ASSERT_EQ(0, ::chmod(file.c_str(), 0600));
+    ASSERT_TRUE(saveSearchHistory(saved, file.c_str()));
+    const std::string text = fftest::readFile(file);
+    EXPECT_NE(std::string::npos, text.find("\"version\": 1"));
+    EXPECT_NE(std::string::npos, text.find("\"caf\xc3\xa9 \xf0\x9f\x98\x80\""));
+    EXPECT_NE(std::string::npos, text.find("\"hex\": \"6c6f6e6520ff2062797465\""));
+    struct stat st;
+    ASSERT_EQ(0, ::stat(file.c_str(), &st));
+    EXPECT_EQ(0600u, st.st_mode & 07777);
+    EXPECT_EQ(1u, fftest::entryNames(dir.path()).size());  // no temporary file left behind
+
+    // Loading adds to what the history holds, replacing what the file names again.
+    fftest::LogCapture log;
+    ObjectPtr<ISearchHistory> loaded = ISearchHistory::create();
+    loaded->addBinFileAssociation("kept", "/kept");
+    loaded->addBinFileAssociation("", "/replaced by the file");
+    ASSERT_TRUE(loadSearchHistory(loaded, file.c_str()));
+    saved->addBinFileAssociation("kept", "/kept");
+    EXPECT_EQ(rowsOf(saved), rowsOf(loaded));
+    EXPECT_EQ(0u, log.count(", at file: "));
+}
+
+TEST(SearchHistoryFile, DamagedFilesLoadEveryValidEntryAndLogEachFault) {
+    struct Case {
+        std::string text;
+        std::vector<Row> loaded;
+        std::vector<std::string> faults;
+    };
+    const Case cases[] = {
+        {"{\"version\": 1, \"binaries\": [", {}, {"is not JSON"}},
+        {std::string(100000, '['), {}, {"is not JSON"}},
+        {"{\"binaries\": [{\"file\": \"\xff\", \"resolved\": \"x\"}]}", {}, {"is not JSON"}},
+        {"[]", {}, {"holds array, not an object"}},
+        {R"({
+            "version": 2,
+            "binaries": [ {"file": "good", "resolved": "/good", "note": "ignored"},
+                          {"file": 3, "resolved": "/x"}, "text", {"resolved": "/x"},
+                          {"file": {"hex": "6200"}, "resolved": "/x"} ],
+            "symbols":  [ {"file": "s", "binary": {"hex": "ff"}, "checksum": "", "resolved": ""},
+                          {"file": "s", "binary": "b", "resolved": "/x"},
+                          {"file": {"hex": "zz"}, "binary": null, "checksum": "", "resolved": "/x"} ],
+            "sources":  {"file": "x.c"},
+            "kernels":  []
+        })",
+         {{1, "good", "", "", "/good"}, {2, "s", "\xff", "", ""}},
+         {"\"version\" is 2, not 1; reading what is understood",
+          "binaries[1] \"file\" is number, not a string", "binaries[2] is string, not an object",
+          "binaries[3] \"file\" is missing", "binaries[4] \"file\" contains a NUL byte",
+          "symbols[1] \"checksum\" is missing",
+          "symbols[2] \"file\" is not an even number of hexadecimal digits; \"binary\" is null",
+          "\"sources\" is object, not an array", "unknown category \"kernels\""}},
+    };
+    fftest::TempDir dir;
+    for (const Case& c : cases) {
+        fftest::LogCapture log;
+        ObjectPtr<ISearchHistory> history = ISearchHistory::create();
+        EXPECT_FALSE(loadSearchHistory(history, dir.makeFile("h.json", c.text).c_str()));
+        EXPECT_EQ(c.loaded, rowsOf(history));
+        EXPECT_EQ(c.faults.size(), log.count(", at file: file_finder2/src/ff_history_file:"))
+            << c.text.substr(0, 40);
+        for (const std::string& fault : c.faults) EXPECT_EQ(1u, log.count(fault)) << fault;
+    }
+}
+
+TEST(SearchHistoryFile, FailedSaveKeepsTheOldFileAndLeavesNoTemporaryFile) {
+    fftest::TempDir dir;
+    ObjectPtr<ISearchHistory> history = ISearchHistory::create();
+    history->addBinFileAssociation("a", "/a");
+
+    // A directory stands where the file should go: the final rename fails.
+    dir.makeFile("taken/h.json/inside", "old");
+    fftest::LogCapture log;
+    EXPECT_FALSE(saveSearchHistory(history, (dir / "taken/h.json").c_str()));
+    EXPECT_EQ("old", fftest::readFile(dir / "taken/h.json/inside"));
+    EXPECT_EQ(1u, fftest::entryNames(dir / "taken").size());
+    EXPECT_TRUE(log.contains("Search history not saved to"));
+
+    // A directory the user may not write to (no temporary file), and a write that stops
+    // half-way at a file size limit: the old files stay whole.
+    const std::string locked = dir.makeDir("locked");
+    const std::string file = dir.makeFile("locked/h.json", "old");
+    const std::string open = dir.makeDir("open");
+    const std::string whole = dir.makeFile("open/h.json", "the old history, longer than the limit");
+    fftest::openToEveryone(dir.path());
+    ASSERT_EQ(0, ::chmod(locked.c_str(), 0555));
+    ASSERT_EQ(0, ::chmod(open.c_str(), 0777));
+    ASSERT_EQ(0, ::chmod(whole.c_str(), 0666));
+    EXPECT_EQ(0, fftest::runUnprivileged([&] {
+                  if (saveSearchHistory(history, file.c_str())) return false;
+                  ::signal(SIGXFSZ, SIG_IGN);  // a short write instead of the signal
+                  const struct rlimit limit = {16, 16};
+                  return ::setrlimit(RLIMIT_FSIZE, &limit) == 0 &&
+                         !saveSearchHistory(history, whole.c_str());
+              }));
+    EXPECT_EQ("old", fftest::readFile(file));
+    EXPECT_EQ("the old history, longer than the limit", fftest::readFile(whole));
+    EXPECT_EQ(1u, fftest::entryNames(locked).size());
+    EXPECT_EQ(1u, fftest::entryNames(open).size());
+    ::chmod(locked.c_str(), 0755);  // lets the temporary directory go
+}
