@@ -1,5 +1,7 @@
 // The few operating-system calls the library makes, behind small functions in one place
-// (posix.cpp), so that the rest of src/ includes no <sys/...> header.
+// (posix.cpp: status, names, back-off, listings; posix_files.cpp: descriptors and single
+// files; file_placement.cpp: files put in place whole), so that the rest of src/, and the
+// host adapters in host/, include no <sys/...> header.
 #pragma once
 
 #include <cstddef>
