@@ -1,5 +1,6 @@
-// Throughput of the checksum calculator (MD5 and SHA1 over OpenSSL, 4096-byte reads) on
-// a file in the page cache. Compare with `openssl dgst -md5` / `-sha1` on the same file:
+// Throughput of the checksum calculator (MD5 and SHA1 over OpenSSL, 256 KiB reads fed to
+// the hash 4096 bytes at a time) on a file in the page cache. Compare with
+// `openssl dgst -md5` / `-sha1` on the same file:
 //
 //   FF_BENCH_FILE=/path/to/1GiB-file ./bench_checksum
 //   time openssl dgst -md5 /path/to/1GiB-file

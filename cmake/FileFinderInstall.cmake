@@ -1,10 +1,11 @@
-# Install rules: the shared library, the public headers (the library's and the host
-# adapters'), a CMake package (find_package(FileFinder2 CONFIG)) and a pkg-config file.
+# Install rules: the shared library and the host adapters' beside it, the public headers
+# (the library's and the host adapters'), a CMake package (find_package(FileFinder2
+# CONFIG), whose FileFinder2::file_finder2 brings FileFinder2::file_finder2_host along)
+# and a pkg-config file that names both libraries.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS file_finder2 EXPORT FileFinder2Targets
-        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-        INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/file_finder2 ${CMAKE_INSTALL_INCLUDEDIR})
+install(TARGETS file_finder2 file_finder2_host EXPORT FileFinder2Targets
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/file_finder2/public/
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/file_finder2 FILES_MATCHING PATTERN "*.h")
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/host/include/

@@ -112,9 +112,9 @@ name search, miss, 20,000 directories	lib-miss-20k	find-miss-20k	1.0	20000
 name search, deep hit, 20,000 directories	lib-hit-20k	find-hit-20k	-	-
 name search, miss, 8 chains 400-500 deep	lib-miss-deep	find-miss-deep	0.6667	$deepDirs
 name search, miss, 100,000 directories	lib-miss-100k	find-miss-100k	-	100000
-MD5 of 1 GiB, against openssl dgst	lib-md5	openssl-md5	0.95	-
+MD5 of 1 GiB, against openssl dgst	lib-md5	openssl-md5	1.05	-
 MD5 of 1 GiB, against md5sum	lib-md5	md5sum	-	-
-SHA1 of 1 GiB, against openssl dgst	lib-sha1	openssl-sha1	0.95	-
+SHA1 of 1 GiB, against openssl dgst	lib-sha1	openssl-sha1	1.05	-
 SHA1 of 1 GiB, against sha1sum	lib-sha1	sha1sum	-	-
 kernel image extraction, 100 MB stream	lib-extract	zcat	1.3	-
 EOF

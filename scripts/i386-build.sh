@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Configures and builds the plain build for i386, checks that the library came out as a
+# Configures and builds the plain build for i386, checks that both libraries came out as
 # 32-bit x86 ELF, and runs the whole ctest suite. Runs where the i386 compiler and libraries
 # are: inside the i386 root, or on a multiarch host with cmake/i386-linux-gnu.cmake.
 #
@@ -14,14 +14,16 @@ echo "== i386: configure and build in $build"
 cmake -S "$src" -B "$build" -G "Unix Makefiles" -DCMAKE_BUILD_TYPE=RelWithDebInfo "$@" >/dev/null
 cmake --build "$build" --parallel "$jobs"
 
-lib=$(find "$build" -name libfile_finder2.so -not -path '*/CMakeFiles/*' -print -quit)
-[[ -n "$lib" ]] || { echo "i386-build.sh: no libfile_finder2.so in $build" >&2; exit 1; }
-kind=$(file -L "$lib")
-echo "$kind"
-if [[ "$kind" != *"ELF 32-bit"*"Intel 80386"* ]]; then
-  echo "i386-build.sh: the library is not a 32-bit x86 ELF" >&2
-  exit 1
-fi
+for name in libfile_finder2.so libfile_finder2_host.so; do
+  lib=$(find "$build" -name "$name" -not -path '*/CMakeFiles/*' -print -quit)
+  [[ -n "$lib" ]] || { echo "i386-build.sh: no $name in $build" >&2; exit 1; }
+  kind=$(file -L "$lib")
+  echo "$kind"
+  if [[ "$kind" != *"ELF 32-bit"*"Intel 80386"* ]]; then
+    echo "i386-build.sh: $name is not a 32-bit x86 ELF" >&2
+    exit 1
+  fi
+done
 
 echo "== i386: test"
 cd "$build"

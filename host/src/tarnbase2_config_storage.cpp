@@ -2,23 +2,20 @@
 //
 // A write:
 // 1. dumps the document, indented, with a final newline;
-// 2. creates a temporary file beside the target ("<file>.tmp-XXXXXX"), gives it the old
-//    file's mode, writes the text and fsyncs it;
+// 2. writes it to a new file beside the target ("<file>.tmp-<pid>-<n>") with the old
+//    file's mode, or 0600 for a new one, and flushes it;
 // 3. when the loaded file was damaged, keeps it as "<file>.corrupt[.N]" (a hard link, or a
 //    copy where linking is refused);
-// 4. renames the temporary file over the target and fsyncs the directory.
-// Any failure before the rename removes the temporary file and leaves the target as it was.
+// 4. renames the new file over the target and flushes the directory.
+// Any failure before the rename removes the new file and leaves the target as it was.
 #include "tarnbase2/config_storage.h"
 
-#include <errno.h>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <boost/filesystem.hpp>
+#include <cerrno>
 #include <cstring>
 #include <nlohmann/json.hpp>
-#include <vector>
+
+#include "platform/posix.h"
 
 namespace tarnbase2 {
 
@@ -29,79 +26,40 @@ struct ConfigStorage::Document {
 namespace {
 
 namespace fs = boost::filesystem;
+namespace posix = FF_2_13::posix;
+
+// Mode of a configuration file the storage creates: it may name the user's directories.
+constexpr unsigned kNewFileMode = 0600;
 
 std::string errnoText(const char* what, const std::string& name, int error) {
     return std::string(what) + " " + name + ": " + std::strerror(error);
 }
 
-// Reads the whole file; false with errno set on failure.
-bool readFile(const std::string& name, std::string& text) {
-    int fd = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) return false;
-    text.clear();
-    char buffer[65536];
-    for (;;) {
-        ssize_t n = ::read(fd, buffer, sizeof buffer);
-        if (n < 0 && errno == EINTR) continue;
-        if (n < 0) {
-            int saved = errno;
-            ::close(fd);
-            errno = saved;
-            return false;
-        }
-        if (n == 0) break;
-        text.append(buffer, static_cast<size_t>(n));
+// Keeps the file `name` under the name `copy` too: 0, or errno (EEXIST: `copy` is taken).
+int keepAs(const std::string& name, const std::string& copy) {
+    const int linkFailure = posix::makeHardLink(name.c_str(), copy.c_str());
+    if (linkFailure == 0 || linkFailure == EEXIST) return linkFailure;
+    // Linking may be refused (file systems without hard links, protected links): copy
+    // the bytes instead.
+    switch (posix::copyFileIntoPlace(name.c_str(), copy.c_str(), kNewFileMode)) {
+        case posix::CopyResult::done:
+            return 0;
+        case posix::CopyResult::targetExists:
+            return EEXIST;
+        case posix::CopyResult::failed:
+            break;
     }
-    ::close(fd);
-    return true;
-}
-
-bool writeAll(int fd, const std::string& text) {
-    const char* p = text.data();
-    size_t left = text.size();
-    while (left > 0) {
-        ssize_t n = ::write(fd, p, left);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        p += n;
-        left -= static_cast<size_t>(n);
-    }
-    return true;
-}
-
-std::string directoryOf(const std::string& name) {
-    std::string dir = fs::path(name).parent_path().string();
-    return dir.empty() ? "." : dir;
+    return errno;
 }
 
 // Keeps `name` as the first free "<name>.corrupt", "<name>.corrupt.1", ...
 bool keepBeside(const std::string& name, std::string& keptAs, std::string& error) {
     for (int n = 0; n < 1000; ++n) {
-        std::string candidate = name + ".corrupt" + (n ? "." + std::to_string(n) : "");
-        if (::link(name.c_str(), candidate.c_str()) == 0) {
-            keptAs = candidate;
-            return true;
-        }
-        if (errno == EEXIST) continue;
-        // Linking may be refused (file systems without hard links, protected links):
-        // copy the bytes instead.
-        std::string bytes;
-        if (!readFile(name, bytes)) {
-            error = errnoText("cannot keep the damaged file", name, errno);
-            return false;
-        }
-        int fd = ::open(candidate.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-        if (fd < 0 && errno == EEXIST) continue;
-        if (fd < 0) {
-            error = errnoText("cannot create", candidate, errno);
-            return false;
-        }
-        const bool written = writeAll(fd, bytes) && ::fsync(fd) == 0;
-        const int saved = errno;
-        ::close(fd);
-        if (!written) {
-            ::unlink(candidate.c_str());
-            error = errnoText("cannot write", candidate, saved);
+        const std::string candidate = name + ".corrupt" + (n ? "." + std::to_string(n) : "");
+        const int failure = keepAs(name, candidate);
+        if (failure == EEXIST) continue;
+        if (failure != 0) {
+            error = errnoText("cannot keep the damaged file", name, failure);
             return false;
         }
         keptAs = candidate;
@@ -124,7 +82,7 @@ ConfigStorage::ConfigStorage(std::string fileName)
     }
 
     std::string text;
-    if (!readFile(m_targetName, text)) {
+    if (!posix::readWholeFile(m_targetName.c_str(), text)) {
         if (errno != ENOENT) {
             m_loadProblem = errnoText("cannot read", m_fileName, errno);
             m_damaged = true;
@@ -189,42 +147,13 @@ ConfigStorage::WriteResult ConfigStorage::writeLocked() {
         return result;
     }
 
-    std::string tempName = m_targetName + ".tmp-XXXXXX";
-    std::vector<char> tempBuffer(tempName.begin(), tempName.end());
-    tempBuffer.push_back('\0');
-    int fd = ::mkstemp(tempBuffer.data());
-    if (fd < 0) {
-        result.error = errnoText("cannot create a temporary file for", m_fileName, errno);
+    posix::FileReplacement replacement(m_targetName, kNewFileMode);
+    if (!replacement.write(text, result.error)) return result;
+    posix::FileStatus target;
+    if (m_damaged && posix::statFile(m_targetName.c_str(), target) &&
+        !keepBeside(m_targetName, result.keptAs, result.error))
         return result;
-    }
-    tempName = tempBuffer.data();
-    auto fail = [&](const std::string& error) {
-        ::unlink(tempName.c_str());
-        result.error = error;
-        return result;
-    };
-
-    struct stat old;
-    if (::stat(m_targetName.c_str(), &old) == 0) ::fchmod(fd, old.st_mode & 07777);
-    const bool written = writeAll(fd, text) && ::fsync(fd) == 0;
-    const int writeError = errno;
-    const bool closed = ::close(fd) == 0;
-    if (!written || !closed) return fail(errnoText("cannot write", tempName, writeError));
-
-    if (m_damaged && ::access(m_targetName.c_str(), F_OK) == 0) {
-        std::string error;
-        if (!keepBeside(m_targetName, result.keptAs, error)) return fail(error);
-    }
-    if (::rename(tempName.c_str(), m_targetName.c_str()) != 0)
-        return fail(errnoText("cannot replace", m_fileName, errno));
-
-    // The rename is durable only once the directory is flushed; a failure here leaves
-    // a complete file, old or new, so it is not reported.
-    int dirFd = ::open(directoryOf(m_targetName).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (dirFd >= 0) {
-        ::fsync(dirFd);
-        ::close(dirFd);
-    }
+    if (!replacement.commit(result.error)) return result;
     m_damaged = false;
     m_loadProblem.clear();
     result.ok = true;

@@ -9,7 +9,6 @@
 #include <zlib.h>
 
 #include <boost/filesystem.hpp>
-#include <cerrno>
 #include <fstream>
 #include <memory>
 #include <string>
@@ -33,7 +32,6 @@ constexpr std::size_t kChunkSize = 262144;
 constexpr int kGzipWindowBits = 31;
 constexpr int kSignature[] = {0x1F, 0x8B, 0x08, 0x00};  // gzip magic, deflate, no flags
 constexpr int kSignatureSize = sizeof kSignature / sizeof kSignature[0];
-constexpr int kTempNameAttempts = 8;
 
 // Leaves `in` at the first byte of the first gzip signature; false when there is none.
 // The scan is naive, and stays so, because which images unpack has to stay as it always
@@ -126,26 +124,16 @@ bool inflateGzipStream(std::ifstream& in, std::ofstream& out) {
     return result == Z_OK || result == Z_STREAM_END;
 }
 
-// The file an extraction writes, beside the output: "<output>.part-1f3a-09bc-77d2-e4a0".
-// Only a finished file is renamed to the output name, so two extractions of one image
-// never see each other's half-written file; the destructor removes what was not renamed.
+// The file an extraction writes, beside the output: "<output>.tmp-<pid>-<n>". Only a
+// finished file is renamed to the output name, so two extractions of one image never see
+// each other's half-written file; the destructor removes what was not renamed.
 class PartialOutput {
   public:
     explicit PartialOutput(const std::string& output) {
-        for (int attempt = 0; attempt < kTempNameAttempts && m_fd < 0; ++attempt) {
-            boost::system::error_code error;  // no random name: nothing is created
-            const fs::path suffix = fs::unique_path(".part-%%%%-%%%%-%%%%-%%%%", error);
-            if (error) return;
-            const std::string candidate = output + suffix.string();
-            m_fd = posix::createNewFile(candidate.c_str());
-            if (m_fd >= 0)
-                m_path = candidate;
-            else if (errno != EEXIST)
-                return;  // a missing directory or a full disk: another name will not help
-        }
+        m_fd = posix::createFileBeside(output, 0666, m_path);
+        if (!m_fd.isOpen()) m_path.clear();  // a missing directory or a full disk
     }
     ~PartialOutput() {
-        posix::closeDescriptor(m_fd);
         if (!m_path.empty()) removeFile(m_path.c_str());
     }
     PartialOutput(const PartialOutput&) = delete;
@@ -155,14 +143,13 @@ class PartialOutput {
     // stream writes that very file even if someone replaced its name meanwhile. When
     // nothing could be created, `out` fails as a stream that could not open would.
     void openStream(std::ofstream& out) {
-        if (m_fd < 0) {
+        if (!m_fd.isOpen()) {
             out.setstate(std::ios::failbit);
             return;
         }
-        const std::string byDescriptor = posix::openDescriptorPath(m_fd);
+        const std::string byDescriptor = posix::openDescriptorPath(m_fd.get());
         out.open(byDescriptor.empty() ? m_path : byDescriptor, std::ios::binary | std::ios::trunc);
-        posix::closeDescriptor(m_fd);
-        m_fd = -1;
+        m_fd.close();
     }
 
     bool renameTo(const std::string& output) {
@@ -174,8 +161,8 @@ class PartialOutput {
     }
 
   private:
-    int m_fd = -1;
     std::string m_path;
+    posix::FileDescriptor m_fd;
 };
 
 enum class Outcome { extracted, failed, ioError };

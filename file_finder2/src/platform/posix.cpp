@@ -1,4 +1,5 @@
-// Operating-system calls of the library.
+// Operating-system calls of the library: the status of files, the system's names for the
+// kernel and the user, the spin lock's back-off, and directory listings.
 #include "platform/posix.h"
 
 #include <dirent.h>
@@ -10,7 +11,6 @@
 
 #include <atomic>
 #include <cerrno>
-#include <system_error>
 #include <vector>
 
 namespace FF_2_13 {
@@ -19,36 +19,7 @@ namespace posix {
 namespace {
 constexpr useconds_t kSpinBackoffMicroseconds = 10000;
 std::atomic<BackoffHook> g_backoffHook{nullptr};
-std::atomic<unsigned> g_temporaryFileCounter{0};
 
-std::string lastErrorText() {
-    return std::system_category().message(errno);
-}
-
-bool writeAll(int fd, const std::string& contents) {
-    const char* next = contents.data();
-    size_t left = contents.size();
-    while (left > 0) {
-        ssize_t written = ::write(fd, next, left);
-        if (written < 0) {
-            if (errno == EINTR) continue;
-            return false;
-        }
-        next += written;
-        left -= static_cast<size_t>(written);
-    }
-    return true;
-}
-
-// "/a/b/history.json" -> "/a/b"; "history.json" -> "."; "/history.json" -> "/".
-std::string directoryOf(const std::string& path) {
-    const size_t slash = path.find_last_of('/');
-    if (slash == std::string::npos) return ".";
-    return slash == 0 ? "/" : path.substr(0, slash);
-}
-}  // namespace
-
-namespace {
 void fillStatus(const struct stat& st, FileStatus& status) {
     status.inode = st.st_ino;
     status.device = st.st_dev;
@@ -68,11 +39,25 @@ bool statFile(const char* path, FileStatus& status) {
 }
 
 bool canOpenForReading(const char* path) {
-    if (!path) return false;
-    const int fd = ::open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
-    if (fd < 0) return false;
-    ::close(fd);
-    return true;
+    return path &&
+           FileDescriptor(::open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK)).isOpen();
+}
+
+FileDescriptor openRegularFile(const char* path, FileStatus& status) {
+    if (!path) {
+        errno = EFAULT;
+        return FileDescriptor();
+    }
+    // O_NONBLOCK: opening a FIFO must not wait for a writer; it is refused below anyway.
+    FileDescriptor fd(::open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+    struct stat st;
+    if (!fd.isOpen() || ::fstat(fd.get(), &st) != 0) return FileDescriptor();
+    if (!S_ISREG(st.st_mode)) {
+        errno = S_ISDIR(st.st_mode) ? EISDIR : EINVAL;
+        return FileDescriptor();
+    }
+    fillStatus(st, status);
+    return fd;
 }
 
 bool runningKernelRelease(std::string& release) {
@@ -100,65 +85,6 @@ bool loginName(std::string& name) {
         return true;
     }
     return false;
-}
-
-int createNewFile(const char* path) {
-    if (!path) return -1;
-    return ::open(path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
-}
-
-std::string openDescriptorPath(int fd) {
-    std::string path = "/proc/self/fd/" + std::to_string(fd);
-    struct stat st;
-    return ::stat(path.c_str(), &st) == 0 ? path : std::string();
-}
-
-void closeDescriptor(int fd) {
-    if (fd >= 0) ::close(fd);
-}
-
-bool replaceFileAtomically(const std::string& path, const std::string& contents,
-                           std::string& error) {
-    // O_EXCL: two writers of the same file never share a temporary file; a name left
-    // behind by a crashed run is skipped.
-    std::string temporary;
-    int fd = -1;
-    for (int attempt = 0; fd < 0 && attempt < 100; ++attempt) {
-        temporary = path + ".tmp-" + std::to_string(::getpid()) + "-" +
-                    std::to_string(g_temporaryFileCounter++);
-        fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (fd < 0 && errno != EEXIST) break;
-    }
-    if (fd < 0) {
-        error = std::string("cannot create \"") + temporary + "\": " + lastErrorText();
-        return false;
-    }
-    auto fail = [&](const std::string& what) {
-        error = what + ": " + lastErrorText();  // before close and unlink change errno
-        if (fd >= 0) ::close(fd);
-        ::unlink(temporary.c_str());
-        return false;
-    };
-    struct stat old;
-    if (::stat(path.c_str(), &old) == 0 && S_ISREG(old.st_mode) &&
-        ::fchmod(fd, old.st_mode & 07777) != 0)
-        return fail(std::string("cannot give \"") + temporary + "\" the permissions of \"" + path +
-                    "\"");
-    if (!writeAll(fd, contents)) return fail(std::string("cannot write \"") + temporary + "\"");
-    if (::fsync(fd) != 0) return fail(std::string("cannot flush \"") + temporary + "\"");
-    const int closed = ::close(fd);
-    fd = -1;
-    if (closed != 0) return fail(std::string("cannot close \"") + temporary + "\"");
-    if (::rename(temporary.c_str(), path.c_str()) != 0)
-        return fail(std::string("cannot rename \"") + temporary + "\" to \"" + path + "\"");
-    // The rename reaches the disk with its directory. Should that flush fail, the new
-    // file is in place all the same: the caller's answer does not change.
-    const int directory = ::open(directoryOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (directory >= 0) {
-        ::fsync(directory);
-        ::close(directory);
-    }
-    return true;
 }
 
 void spinBackoff() {

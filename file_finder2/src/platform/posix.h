@@ -1,7 +1,10 @@
 // The few operating-system calls the library makes, behind small functions in one place
-// (posix.cpp), so that the rest of src/ includes no <sys/...> header.
+// (posix.cpp: status, names, back-off, listings; posix_files.cpp: descriptors and single
+// files; file_placement.cpp: files put in place whole), so that the rest of src/, and the
+// host adapters in host/, include no <sys/...> header.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -44,28 +47,89 @@ bool isRegularFileNoFollow(const char* path);
 /// Creates one directory with mode 0700; false when it exists or cannot be made.
 bool makePrivateDirectory(const char* path);
 
-enum class CopyResult { done, targetExists, failed };
-/// Copies `source` to `target` without ever exposing a partial file under `target`:
-/// the bytes go to a temporary file beside it (created exclusively, not through a
-/// symbolic link), which is flushed to disk and then renamed to `target` without
-/// replacing an existing entry. On any failure the temporary file is removed.
-CopyResult copyFileIntoPlace(const char* source, const char* target);
-/// Creates `path` as a new, empty regular file open for writing: never over an existing
-/// entry and never through a symbolic link (O_CREAT | O_EXCL | O_NOFOLLOW), mode 0666
-/// less the umask, as a stream would create it. Returns the descriptor, or -1.
-int createNewFile(const char* path);
+/// Makes `newName` a second name of the file `existing` (link(2)): 0, or the errno value
+/// (EEXIST when `newName` is taken).
+int makeHardLink(const char* existing, const char* newName);
+
+/// An open file descriptor, closed when the object goes. The destructor leaves errno as
+/// it was, so a function may return "false with errno set" through it.
+class FileDescriptor {
+public:
+    explicit FileDescriptor(int fd = -1) noexcept : m_fd(fd) {}
+    ~FileDescriptor();
+    FileDescriptor(FileDescriptor&& other) noexcept : m_fd(other.m_fd) { other.m_fd = -1; }
+    FileDescriptor& operator=(FileDescriptor&& other) noexcept;
+    FileDescriptor(const FileDescriptor&) = delete;
+    FileDescriptor& operator=(const FileDescriptor&) = delete;
+
+    int get() const noexcept { return m_fd; }
+    bool isOpen() const noexcept { return m_fd >= 0; }
+    /// Closes it now. False with errno set when close(2) fails, which for a file just
+    /// written may be the first word of a lost write.
+    bool close() noexcept;
+
+private:
+    int m_fd;
+};
+
+/// Opens `path` for reading when it is a regular file (following symbolic links), with
+/// its status; closed, with errno set, otherwise. Does not wait on a FIFO.
+FileDescriptor openRegularFile(const char* path, FileStatus& status);
+/// Tells the kernel that `fd` will be read from start to end (more read-ahead). Only a
+/// hint: a refusal changes nothing.
+void adviseSequentialReading(int fd);
+/// One read(2) of up to `size` bytes, again when a signal interrupts it: the count, 0 at
+/// the end of the file, -1 with errno set.
+std::ptrdiff_t readSome(int fd, void* buffer, size_t size);
+/// Writes all `size` bytes, again after a short or interrupted write; false with errno set.
+bool writeAll(int fd, const void* data, size_t size);
+/// The whole contents of the file `path`; false with errno set.
+bool readWholeFile(const char* path, std::string& contents);
+
+/// Creates a new file beside `target`, "<target>.tmp-<pid>-<n>", for a file that is put
+/// under `target` only once it is complete: exclusively (two writers never share one, a
+/// name left by a crashed run is skipped), never through a symbolic link, with `mode` less
+/// the umask. Returns it open for writing with its name, or closed with errno set.
+FileDescriptor createFileBeside(const std::string& target, unsigned mode, std::string& name);
 
 /// A name that opens the very file behind the open descriptor `fd`, whatever has become
 /// of its directory entry since: "/proc/self/fd/<fd>". Empty when /proc is not mounted.
 std::string openDescriptorPath(int fd);
 
-/// Closes a descriptor from createNewFile.
-void closeDescriptor(int fd);
-/// Replaces the file `path` with `contents` so that a reader, or the file system after a
-/// crash, sees the old file or the new one and never a mix: the text goes to a new
-/// temporary file beside `path` ("<path>.tmp-<pid>-<n>"), is flushed to disk, takes the
-/// old file's permission bits and is renamed over `path`. On failure the temporary file
-/// is removed, `path` is untouched and `error` says which step failed and why.
+enum class CopyResult { done, targetExists, failed };
+/// Copies `source` to `target` without ever exposing a partial file under `target`:
+/// the bytes go to a file from createFileBeside (with `mode`), which is flushed to disk
+/// and then renamed to `target` without replacing an existing entry. On any failure the
+/// temporary file is removed and errno says why.
+CopyResult copyFileIntoPlace(const char* source, const char* target, unsigned mode = 0644);
+
+/// A new version of the file `path`, put in its place whole, so that a reader, or the
+/// file system after a crash, sees the old file or the new one and never a mix:
+///   posix::FileReplacement replacement(path);
+///   if (replacement.write(text, error) && replacement.commit(error)) ...
+/// write() puts the text into a file from createFileBeside, with the old file's permission
+/// bits (a new file gets `newFileMode` less the umask), and flushes it to disk; commit()
+/// renames it over `path` and flushes the directory. Whatever was not committed is removed
+/// when the object goes, and `path` is then untouched. `error` says which step failed and
+/// why.
+class FileReplacement {
+public:
+    explicit FileReplacement(std::string path, unsigned newFileMode = 0666);
+    ~FileReplacement();
+    FileReplacement(const FileReplacement&) = delete;
+    FileReplacement& operator=(const FileReplacement&) = delete;
+
+    bool write(const std::string& contents, std::string& error);
+    /// Only after a successful write().
+    bool commit(std::string& error);
+
+private:
+    const std::string m_path;
+    const unsigned m_newFileMode;
+    std::string m_temporary;  // written and not yet renamed
+};
+
+/// FileReplacement's write() and commit() in one.
 bool replaceFileAtomically(const std::string& path, const std::string& contents,
                            std::string& error);
 
@@ -86,7 +150,7 @@ enum class EntryKind { directory, symbolicLink, unknown, other };
 /// (a FIFO never blocks). One object lists one directory at a time and may be opened
 /// again after close(); the destructor closes what is still open. Errors are errno values.
 class DirectoryListing {
-  public:
+public:
     struct Entry {
         const char* name = nullptr;  // valid until the next call of next()
         EntryKind kind = EntryKind::unknown;
@@ -109,7 +173,7 @@ class DirectoryListing {
     int entryStatus(const char* name, FileStatus& status) const;
     void close() noexcept;
 
-  private:
+private:
     int m_fd = -1;
     std::unique_ptr<char[]> m_buffer;  // kept between listings: one allocation per object
     size_t m_filled = 0;

@@ -13,12 +13,11 @@
 // get_digest_base16() returns "": a failed digest never passes for the digest of
 // nothing.
 //
-// Files are read with read(2) in chunks of the given size and fed to the digest as they
-// come; a file is never held in memory whole. Most chunks of a file of 1 MiB or more are
-// read by a short-lived second thread, up to 2 MiB ahead of the digest, so that the
-// reads overlap the hashing; the call still returns only when the whole file is done. Each algorithm is fetched from the
-// providers once per process and shared by every digest object. One digest object
-// belongs to one thread at a time; separate objects may run on separate threads.
+// Files are read 256 KiB at a time into one buffer, and the digest is fed from it in
+// chunks of the given size, so a file is never held in memory whole, and the calling
+// thread does all the work. Each algorithm is fetched from the providers once per
+// process and shared by every digest object. One digest object belongs to one thread at
+// a time; separate objects may run on separate threads.
 #pragma once
 
 #include <cstddef>
@@ -35,8 +34,9 @@ public:
     digest_t& operator=(const digest_t&) = delete;
     virtual ~digest_t();
 
-    /// Feeds the whole contents of `file`, read in chunks of `chunkSize` bytes (0 is
-    /// refused). False on any failure (see above); the digest is then unusable.
+    /// Feeds the whole contents of `file` in chunks of `chunkSize` bytes (0 is refused;
+    /// a chunk larger than a read is fed as read). False on any failure (see above); the digest is
+    /// then unusable.
     bool update_from_file(const path_t& file, unsigned int chunkSize);
     /// Feeds `size` bytes. False when the digest is unusable.
     bool update(const void* data, std::size_t size);
