@@ -21,7 +21,7 @@ namespace FF_2_13 {
 
 namespace {
 
-constexpr char kLogSource[] = "file_finder2/src/ff_persistent_dirs";
+constexpr const char* kLogSource = log_source::kPersistentDirs;
 constexpr char kProperty[] = "searchDirs";
 
 using json = nlohmann::json;

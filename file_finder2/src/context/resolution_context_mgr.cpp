@@ -11,7 +11,6 @@
 //      per-client settings.
 #include "context/resolution_context_mgr.h"
 
-#include "base/globals.h"
 #include "base/log.h"
 #include "context/metadata.h"
 #include "ff_utils.h"
@@ -20,7 +19,7 @@ namespace FF_2_13 {
 
 namespace {
 
-constexpr char kLogSource[] = "file_finder2/src/ff_context";
+constexpr const char* kLogSource = log_source::kContext;
 constexpr char kDefaultClientId[] = "";
 // The leading blank keeps it apart from every key a client would choose.
 constexpr char kResultDirPresetKey[] = " hidden_result_dir_key";
@@ -31,6 +30,7 @@ const char* orNull(const char* text) {
 
 }  // namespace
 
+FFLock g_resoulutionContextMgrLock;
 ResolutionContextMgr* ResolutionContextMgr::s_instance = nullptr;
 
 const char* categorySubdirectory(search_category_t category) {

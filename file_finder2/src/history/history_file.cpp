@@ -29,7 +29,7 @@ namespace FF_2_13 {
 
 namespace {
 
-constexpr char kLogSource[] = "file_finder2/src/ff_history_file";
+constexpr const char* kLogSource = log_source::kHistoryFile;
 constexpr int kFormatVersion = 1;
 
 // Insertion order kept, so "version" leads and each entry reads file .. resolved.
