@@ -16,26 +16,12 @@ int fail(int exitCode, const std::string& message) {
     return exitCode;
 }
 
-std::optional<FF_2_13::search_category_t> categoryFromWord(const std::string& word) {
+std::optional<FF_2_13::search_category_t> categoryFromOption(const std::string& word) {
     if (word == "bin") return FF_2_13::scBinaryFiles;
     if (word == "sym") return FF_2_13::scSymbolFiles;
     if (word == "src") return FF_2_13::scSourceFiles;
     if (word == "all") return FF_2_13::scAllFiles;
     return std::nullopt;
-}
-
-const char* categoryDirectoryWord(FF_2_13::search_category_t category) {
-    switch (category) {
-        case FF_2_13::scBinaryFiles:
-            return "binaries";
-        case FF_2_13::scSymbolFiles:
-            return "symbols";
-        case FF_2_13::scSourceFiles:
-            return "sources";
-        case FF_2_13::scAllFiles:
-            return "all";
-    }
-    return "all";
 }
 
 ProgressLine::ProgressLine()

@@ -16,11 +16,9 @@ namespace ffcli {
 /// Writes "file-finder: MESSAGE" to stderr and returns `exitCode`.
 int fail(int exitCode, const std::string& message);
 
-/// The category of a --category word: "bin", "sym", "src" or "all".
-std::optional<FF_2_13::search_category_t> categoryFromWord(const std::string& word);
-
-/// The directory word of a category in archives and option values: "binaries", ...
-const char* categoryDirectoryWord(FF_2_13::search_category_t category);
+/// The category of a --category word: "bin", "sym", "src" or "all". (Files and
+/// --search-dir values name categories by FF_2_13::categoryWord().)
+std::optional<FF_2_13::search_category_t> categoryFromOption(const std::string& word);
 
 /// "resolving 12/40" on stderr, rewritten in place, once a run has taken longer than a
 /// moment, and only when stderr is a terminal. Erased by done().

@@ -26,8 +26,7 @@ int runArchive(const Archive& command) {
     if (!utils::fileExists(command.file.c_str()))
         return fail(kExitBadInput, command.file + " is not a readable file");
     const char* subDir = nullptr;
-    if (!command.category.empty())
-        subDir = categoryDirectoryWord(*categoryFromWord(command.category));
+    if (!command.category.empty()) subDir = categoryWord(*categoryFromOption(command.category));
 
     std::string archived;
     const unsigned int code = utils::archiveFile(command.file.c_str(), command.archiveDir.c_str(),

@@ -41,7 +41,7 @@ int runList(const Dirs& command) {
         bool recursive = false, high = false;
         for (it->reset(); it->getCurrentRecord(name, recursive, high); it->next()) {
             if (command.json) {
-                entries.push_back({{"category", categoryDirectoryWord(category)},
+                entries.push_back({{"category", categoryWord(category)},
                                    {"name", jsonName(name)},
                                    {"recursive", recursive},
                                    {"priority", high ? "high" : "low"}});
@@ -86,7 +86,7 @@ int runAdd(const Dirs& command) {
 int runClear(const Dirs& command) {
     ObjectPtr<IPersistentSearchDirContainer> dirs = openConfig(command.configFile);
     for (search_category_t category : kCategories) {
-        if (!command.category.empty() && categoryFromWord(command.category) != category) continue;
+        if (!command.category.empty() && categoryFromOption(command.category) != category) continue;
         // A category that never had a directory stays without a list.
         if (dirs->enumerate(category)) dirs->clear(category);
     }

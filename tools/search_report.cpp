@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdio>
 
+#include "ff_utils.h"
 #include "step_names.h"
 
 namespace ffcli {
@@ -37,15 +38,9 @@ nlohmann::ordered_json rejectionJson(const Rejection& rejection) {
 }  // namespace
 
 nlohmann::ordered_json jsonName(const std::string& name) {
-    try {
-        // Serialising is the check: it refuses bytes that are not UTF-8.
-        (void)nlohmann::ordered_json(name).dump();
-        return name;
-    } catch (const nlohmann::ordered_json::type_error&) {
-        nlohmann::ordered_json bytes = nlohmann::ordered_json::array();
-        for (char c : name) bytes.push_back(static_cast<unsigned char>(c));
-        return bytes;
-    }
+    using namespace FF_2_13::utils;
+    if (isWellFormedUtf8(name)) return name;
+    return {{kPercentEncodedMember, percentEncodeName(name)}};
 }
 
 std::string printable(const std::string& name) {

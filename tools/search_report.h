@@ -14,8 +14,9 @@
 //       "error": "..." } ]            // only when the search itself failed
 //
 // "binary", "checksum", "modificationTime" and "size" stand in "request" only when
-// given. Names and paths are JSON strings when their bytes are valid UTF-8, otherwise
-// arrays of their byte values (0 to 255), so no name is ever altered. The table shows
+// given. Names, paths and messages are written as the library writes names into JSON
+// ("Names in JSON" in ff_utils.h): strings when they are well-formed UTF-8, otherwise
+// {"percentEncoded": "..."}, so no name is ever altered. The table shows
 // control characters of names as \xHH escapes, so a hostile file name cannot drive the
 // terminal.
 #pragma once
@@ -36,7 +37,7 @@ void writeTable(std::ostream& out, const std::vector<ResolveRow>& rows);
 /// The rows as the JSON array above.
 nlohmann::ordered_json toJson(const std::vector<ResolveRow>& rows);
 
-/// A name as JSON: a string when its bytes are valid UTF-8, otherwise an array of bytes.
+/// A name as JSON: a string when it is well-formed UTF-8, otherwise {"percentEncoded": ...}.
 nlohmann::ordered_json jsonName(const std::string& name);
 
 /// A name for a terminal: control characters (and DEL) as \xHH.

@@ -83,7 +83,4 @@ private:
     FFSpinSharedLock m_lock;
 };
 
-/// "binaries", "symbols", "sources", and "all" for scAllFiles and any other value.
-const char* categorySubdirectory(search_category_t category);
-
 }  // namespace FF_2_13
