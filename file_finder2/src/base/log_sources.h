@@ -13,20 +13,26 @@
 namespace FF_2_13 {
 namespace log_source {
 
+// Search environment and contexts.
 inline constexpr char kContext[] = "file_finder2/src/ff_context";
+inline constexpr char kPersistentDirs[] = "file_finder2/src/ff_persistent_dirs";
+inline constexpr char kSearchEnv[] = "file_finder2/src/ff_searchenv";
+inline constexpr char kSearchStepsConfig[] = "file_finder2/src/ff_search_steps_config";
+
+// The search and its validation.
+inline constexpr char kSearch[] = "file_finder2/src/ff_search";
+/// The iterator's assertions; its log lines are kSearch.
+inline constexpr char kSearchImpl[] = "file_finder2/src/ff_search_impl";
+inline constexpr char kValidator[] = "file_finder2/src/ff_validator";
+
+// Callbacks and history.
 inline constexpr char kDefaultCallbacks[] = "file_finder2/src/ff_default_callbacks";
 inline constexpr char kHistory[] = "file_finder2/src/ff_history";
 inline constexpr char kHistoryFile[] = "file_finder2/src/ff_history_file";
 inline constexpr char kManipulator[] = "file_finder2/src/ff_manipulator";
-inline constexpr char kPersistentDirs[] = "file_finder2/src/ff_persistent_dirs";
-inline constexpr char kSearch[] = "file_finder2/src/ff_search";
-inline constexpr char kSearchEnv[] = "file_finder2/src/ff_searchenv";
-/// The iterator's assertions; its log lines are kSearch.
-inline constexpr char kSearchImpl[] = "file_finder2/src/ff_search_impl";
-inline constexpr char kSearchStepsConfig[] = "file_finder2/src/ff_search_steps_config";
-inline constexpr char kUtils[] = "file_finder2/src/ff_utils";
-inline constexpr char kValidator[] = "file_finder2/src/ff_validator";
 
+// File utilities.
+inline constexpr char kUtils[] = "file_finder2/src/ff_utils";
 /// "Cannot create temp directory" is reported at this line of kUtils, whichever line
 /// raises it: log readers match on it.
 inline constexpr int kTempDirFailureLine = 252;
