@@ -2,6 +2,7 @@
 // (the one written, and the two that earlier versions wrote, still read).
 #include "files/json_names.h"
 
+#include <algorithm>
 #include <boost/algorithm/hex.hpp>
 #include <boost/locale/utf.hpp>
 #include <charconv>
