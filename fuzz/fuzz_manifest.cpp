@@ -12,8 +12,8 @@
 #include <sstream>
 #include <string>
 
+#include "core/manifest.h"
 #include "fuzz_support.h"
-#include "manifest.h"
 
 using ffcli::ExpectedChecksum;
 using ffcli::Manifest;

@@ -5,7 +5,8 @@
 //
 //   --search-dir=CATEGORY[,recursive][,high]:PATH
 //
-// - CATEGORY: "binaries", "symbols", "sources" or "all" (scBinaryFiles to scAllFiles).
+// - CATEGORY: "binaries", "symbols", "sources" or "all": categoryWord() of scBinaryFiles
+//   to scAllFiles.
 // - "recursive": search the directory's sub-directories too; "high": search it in the
 //   high-priority step. Flags may come in any order; each may be repeated.
 // - PATH: every byte after the first ':' exactly as it is (blanks, commas, colons,

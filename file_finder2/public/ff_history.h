@@ -81,11 +81,11 @@ class FF_EXPORT ISearchHistory : public IFFObject {
 //                     "resolved": "/src/x.c" } ]
 //   }
 //
-// Names are byte strings. A name that is valid UTF-8 is written as a JSON string; any
-// other name is written as an object holding its bytes in hexadecimal, so that every
-// name comes back exactly as it went in:
+// Names are byte strings, written as "Names in JSON" in ff_utils.h says: a JSON string
+// when the name is well-formed UTF-8, otherwise escaped, so that every name comes back
+// exactly as it went in (the forms earlier versions wrote load too):
 //
-//   "file": { "hex": "6c6962ff2e736f" }      // the bytes 'l' 'i' 'b' 0xff '.' 's' 'o'
+//   "file": { "percentEncoded": "lib%FF.so" }      // the bytes 'l' 'i' 'b' 0xff '.' 's' 'o'
 //
 // Members of an entry other than those above are ignored; a top-level member other than
 // these four is a fault (a category this version does not know).

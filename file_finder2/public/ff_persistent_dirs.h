@@ -16,10 +16,12 @@
 //         "searchDirectory": { "name": "/opt/app/debug", "recursive": true,
 //                              "priority": "high" } } ] }
 //
-// - "category": "binaries", "symbols", "sources" or "all" (scBinaryFiles to scAllFiles).
-// - "name": the directory as it was added: a JSON string when its bytes are valid UTF-8,
-//   otherwise an array of its byte values (0 to 255), so that every name comes back
-//   byte for byte.
+// - "category": "binaries", "symbols", "sources" or "all": categoryWord() of
+//   scBinaryFiles to scAllFiles.
+// - "name": the directory as it was added, written as "Names in JSON" in ff_utils.h
+//   says: a JSON string when it is well-formed UTF-8, otherwise escaped, such as
+//   {"percentEncoded": "/latin1/%E9t%E9"}, so that every name comes back byte for byte
+//   (the lists of byte values that earlier versions wrote load too).
 // - "recursive": true or false.
 // - "priority": "high" (searched in the high-priority step) or "low".
 //

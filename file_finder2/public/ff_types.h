@@ -2,23 +2,34 @@
 //
 // The small enumerations that cross the whole interface: file categories, search steps,
 // checksum types, and the verdict values of validation. Their numeric values are fixed.
+// A category also has a word, the same in every file and option that names one.
 // Each has a fixed 32-bit underlying type, so any value of that type may be passed and
 // stored (an unsupported category, a step value above 128) without leaving the type.
 #pragma once
+
+#include <string>
 
 #include "ff_export.h"
 
 namespace FF_2_13 {
 
 /// The category of a file. Directories registered for scAllFiles serve every category.
-/// Sub-directory words in archive and result directories: "binaries", "symbols",
-/// "sources", "all".
 enum search_category_t : int {
     scBinaryFiles = 1,
     scSymbolFiles = 2,
     scSourceFiles = 3,
     scAllFiles = 4
 };
+
+/// The word of a category: the name of its sub-directory in archive and result
+/// directories, and its name in persistent search directories and --search-dir options.
+/// "binaries", "symbols", "sources", and "all" for scAllFiles and for any value outside
+/// 1 to 4 (an archive keeps such a file among those of every category).
+FF_EXPORT const char* categoryWord(search_category_t category);
+
+/// The category whose word is `word`, compared byte-wise; false, with `category` left as
+/// it was, for any other word.
+FF_EXPORT bool categoryFromWord(const std::string& word, search_category_t& category);
 
 /// One bit per search step; a mask is the OR of step values. Enabled steps run in the
 /// fixed order 1, 2, 128, 4, 8, 16, 32; 64 marks files the client suggested.
@@ -62,24 +73,12 @@ enum severity_t : int {
 };
 
 /// Result of one validation callback.
-enum validation_result_t : unsigned int {
-    vrValid = 0,
-    vrInvalid = 1,
-    vrUndecided = 2
-};
+enum validation_result_t : unsigned int { vrValid = 0, vrInvalid = 1, vrUndecided = 2 };
 
 /// Operating system of the machine a result was recorded on.
-enum operating_system_type_t : int {
-    osUnknown = 0,
-    osLinux = 1,
-    osWindows = 2
-};
+enum operating_system_type_t : int { osUnknown = 0, osLinux = 1, osWindows = 2 };
 
 /// Architecture of the machine a result was recorded on.
-enum architecture_t : int {
-    archUnknown = 0,
-    archX86 = 1,
-    archX86_64 = 2
-};
+enum architecture_t : int { archUnknown = 0, archX86 = 1, archX86_64 = 2 };
 
 }  // namespace FF_2_13

@@ -1,9 +1,10 @@
 // File: ff_utils.h
 //
 // Path and file helpers of namespace FF_2_13::utils: take names apart, bring them into
-// one comparable (canonical) form, and ask the file system simple questions. Text-only
-// helpers touch no file; file-system queries never throw for a file-system failure,
-// they answer no. Names are byte strings; nothing is converted to or from a locale.
+// one comparable (canonical) form, ask the file system simple questions, archive files,
+// and write names into JSON. Text-only helpers touch no file; file-system queries never
+// throw for a file-system failure, they answer no. Names are byte strings; nothing is
+// converted to or from a locale.
 //
 //   utils::getCanonicalName("/usr/lib/../lib64/", false)   // "/usr/lib64"
 //   utils::getCanonicalName("C:\\dir\\file.pdb", false)    // "C:/dir/file.pdb"
@@ -93,6 +94,36 @@ FF_EXPORT unsigned int archiveFile(const char* file, const char* archiveDir, con
 /// Makes a new directory "ff-%%%%-%%%%-%%%%-%%%%" (each % a random hex digit), mode 0700,
 /// under the per-user data directory; 0 and its path in `dir`, or 4 after 30 attempts.
 FF_EXPORT unsigned int createUniqueTempDir(std::string& dir);
+
+// ---------------------------------------------------------------------------------------
+// Names in JSON
+//
+// JSON text is UTF-8, while a name is any string of bytes. The JSON files the library
+// writes (the search history, the persistent search directories) and the JSON output of
+// the file-finder command hold each name in one of two forms:
+//
+//   "/usr/lib/libm.so.6"                    a name that is well-formed UTF-8, as it is;
+//   {"percentEncoded": "/srv/caf%E9.so"}    any other name: every byte that is not part
+//                                           of a well-formed UTF-8 character, and every
+//                                           '%', written '%' and two upper-case hex digits
+//
+// so a person reads the name, and a reader gets back exactly its bytes. The library's
+// readers also take the forms that its earlier versions wrote: {"hex": "2f737276"} (two
+// hexadecimal digits per byte) and a list of byte values such as [47, 115, 114, 118].
+
+/// The member name of the escaped form.
+constexpr char kPercentEncodedMember[] = "percentEncoded";
+
+/// True when `name` is well-formed UTF-8: no overlong form, no surrogate, nothing above
+/// U+10FFFF, no character cut short. Such a name stands in JSON as a string.
+FF_EXPORT bool isWellFormedUtf8(const std::string& name);
+
+/// The text of the escaped form: "/srv/caf\xe9 100%" -> "/srv/caf%E9 100%25".
+FF_EXPORT std::string percentEncodeName(const std::string& name);
+
+/// The name that such a text stands for, hexadecimal digits in either case; false, with
+/// `name` untouched, when a '%' is not followed by two hexadecimal digits.
+FF_EXPORT bool percentDecodeName(const std::string& text, std::string& name);
 
 }  // namespace utils
 }  // namespace FF_2_13

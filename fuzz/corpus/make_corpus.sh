@@ -46,6 +46,8 @@ printf '{"searchDirs":[%s,%s,%s,%s]}' \
   seed persistent_dirs four-categories
 printf '{"searchDirs":[%s]}' "$(entry symbols '[47,116,255,120]' true low)" |
   seed persistent_dirs byte-name
+printf '{"searchDirs":[%s]}' "$(entry all '{"percentEncoded":"/caf%E9 100%25"}' false high)" |
+  seed persistent_dirs percent-encoded-name
 printf '{"other":{"kept":1},"searchDirs":[%s,{"searchCategory":{"category":"bogus"}},%s]}' \
   "$(entry binaries '"/a"' true true)" "$(entry binaries '"/a/"' false high)" |
   seed persistent_dirs damaged-entries
@@ -60,6 +62,8 @@ printf '%s' '{"version":1,"binaries":[{"file":"libx.so","resolved":"/opt/app/lib
   seed history_load three-categories
 printf '%s' '{"version":1,"binaries":[{"file":{"hex":"6c6962ff2e736f"},"resolved":""}],"symbols":[],"sources":[]}' |
   seed history_load hex-name
+printf '%s' '{"version":1,"binaries":[{"file":{"percentEncoded":"lib%FF.so"},"resolved":"/%"}]}' |
+  seed history_load percent-encoded-name
 printf '%s' '{"version":2,"binaries":[{"file":"a"}],"extra":[],"symbols":[{"file":{"hex":"zz"}}]}' |
   seed history_load faults
 printf '%s' '{"version":1,"binaries":[{"file":"a","resolved":"/a","note":"ignored"},{"file":"a","resolved":"/b"}]}' |

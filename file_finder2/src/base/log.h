@@ -3,10 +3,10 @@
 // any appender would receive the line, so a line nobody reads costs a check or two and
 // builds no text.
 //
-// Each source file names itself once, as its log source (not __FILE__, which changes
-// with the build directory):
+// Each source file names its log source once, from the fixed names of log_sources.h
+// (not __FILE__, which changes with the build directory):
 //
-//   namespace { constexpr char kLogSource[] = "file_finder2/src/ff_search"; }
+//   namespace { constexpr const char* kLogSource = log_source::kSearch; }
 //   FF_TRACE_SCOPE(kLogSource, "ObjectPtr<IValidFile> FileSearch::findBinFile(...)");
 //   FF_LOG_INFO(kLogSource, "Searching bin file:" << name);
 //   FF_LOG_ERROR(kLogSource, "Empty directory name.");   // + ", at file: <source>:<line>"
@@ -16,6 +16,8 @@
 
 #include <sstream>
 #include <string>
+
+#include "base/log_sources.h"
 
 namespace FF_2_13 {
 namespace logging {

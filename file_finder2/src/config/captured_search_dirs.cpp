@@ -10,7 +10,7 @@
 namespace FF_2_13 {
 
 namespace {
-constexpr char kLogSource[] = "file_finder2/src/ff_searchenv";
+constexpr const char* kLogSource = log_source::kSearchEnv;
 
 // True when the map's reference is the only one: nobody can then obtain the iterator
 // but through the map, whose lock the caller holds.

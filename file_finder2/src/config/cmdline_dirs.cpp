@@ -5,6 +5,8 @@
 #include <cstring>
 #include <vector>
 
+#include "config/search_dir_lists.h"
+
 namespace FF_2_13 {
 namespace cmdline {
 
@@ -15,20 +17,6 @@ constexpr char kRecursiveFlag[] = "recursive";
 constexpr char kHighFlag[] = "high";
 
 const search_category_t kCategories[] = {scBinaryFiles, scSymbolFiles, scSourceFiles, scAllFiles};
-
-const char* categoryWord(search_category_t category) {
-    switch (category) {
-        case scBinaryFiles:
-            return "binaries";
-        case scSymbolFiles:
-            return "symbols";
-        case scSourceFiles:
-            return "sources";
-        case scAllFiles:
-            return "all";
-    }
-    return nullptr;
-}
 
 // Bytes that no POSIX shell treats specially anywhere in a word.
 bool isShellSafe(unsigned char c) {
@@ -91,14 +79,7 @@ bool parseValue(const std::string& value, ParsedDir& dir, std::string& error) {
         const std::string word =
             head.substr(start, comma == std::string::npos ? comma : comma - start);
         if (first) {
-            bool known = false;
-            for (search_category_t c : kCategories) {
-                if (word == categoryWord(c)) {
-                    dir.category = c;
-                    known = true;
-                }
-            }
-            if (!known) {
+            if (!categoryFromWord(word, dir.category)) {
                 error = "unknown category " + excerpt(word) +
                         " (expected binaries, symbols, sources or all) in " + excerpt(value);
                 return false;
@@ -197,9 +178,8 @@ bool splitWords(const std::string& text, std::vector<std::string>& words, std::s
 
 std::string formatSearchDirValue(search_category_t category, const char* name, bool recursive,
                                  bool highPriority) {
-    const char* word = categoryWord(category);
-    if (!word || !name) return std::string();
-    std::string value = word;
+    if (!isValidCategory(category) || !name) return std::string();
+    std::string value = categoryWord(category);
     if (recursive) value += std::string(",") + kRecursiveFlag;
     if (highPriority) value += std::string(",") + kHighFlag;
     return value + ":" + name;

@@ -15,89 +15,29 @@
 
 #include "base/log.h"
 #include "config/search_dir_lists.h"
+#include "files/json_names.h"
 #include "tarnbase2/config_storage.h"
 
 namespace FF_2_13 {
 
 namespace {
 
-constexpr char kLogSource[] = "file_finder2/src/ff_persistent_dirs";
+constexpr const char* kLogSource = log_source::kPersistentDirs;
 constexpr char kProperty[] = "searchDirs";
 
 using json = nlohmann::json;
 
-const char* categoryWord(search_category_t category) {
-    switch (category) {
-        case scBinaryFiles:
-            return "binaries";
-        case scSymbolFiles:
-            return "symbols";
-        case scSourceFiles:
-            return "sources";
-        case scAllFiles:
-            return "all";
-    }
-    return "";
-}
-
-bool categoryFromWord(const std::string& word, search_category_t& category) {
-    for (search_category_t c : {scBinaryFiles, scSymbolFiles, scSourceFiles, scAllFiles}) {
-        if (word == categoryWord(c)) {
-            category = c;
-            return true;
-        }
-    }
-    return false;
-}
-
-// JSON text must be UTF-8; a name that is not keeps its bytes as a list of numbers.
-json nameToJson(const std::string& name) {
-    json text = name;
-    try {
-        text.dump();
-        return text;
-    } catch (const json::type_error&) {
-        // not UTF-8: fall through to the byte list
-    }
-    json bytes = json::array();
-    for (unsigned char c : name) bytes.push_back(c);
-    return bytes;
-}
-
-bool nameFromJson(const json& value, std::string& name, std::string& problem) {
-    if (value.is_string()) {
-        name = value.get<std::string>();
-    } else if (value.is_array()) {
-        name.clear();
-        for (const json& byte : value) {
-            if (!byte.is_number_integer() || byte.get<long long>() < 0 ||
-                byte.get<long long>() > 255) {
-                problem =
-                    "\"searchDirectory.name\" holds a list with something other than "
-                    "byte values";
-                return false;
-            }
-            name.push_back(static_cast<char>(byte.get<int>()));
-        }
-    } else {
-        problem = "\"searchDirectory.name\" is neither a string nor a list of bytes";
-        return false;
-    }
-    // The containers take C strings: a NUL would cut the name short.
-    if (name.find('\0') != std::string::npos) {
-        problem = "\"searchDirectory.name\" holds a NUL byte";
-        return false;
-    }
-    return true;
-}
-
-// The member `key` of the object `parent` (named `path` in messages), or null with the
-// reason in `problem`.
+// The member `key` of the object `parent`, or null with the reason in `problem`. `path`
+// names the member in messages; with `isObject` it must be an object itself.
 const json* member(const json& parent, const char* key, const std::string& path,
-                   std::string& problem) {
+                   std::string& problem, bool isObject = false) {
     auto found = parent.find(key);
     if (found == parent.end()) {
         problem = "missing \"" + path + "\"";
+        return nullptr;
+    }
+    if (isObject && !found->is_object()) {
+        problem = "\"" + path + "\" is not an object";
         return nullptr;
     }
     return &*found;
@@ -109,12 +49,8 @@ bool readEntry(const json& entry, search_category_t& category, Dir& dir, std::st
         problem = "the entry is not an object";
         return false;
     }
-    const json* searchCategory = member(entry, "searchCategory", "searchCategory", problem);
+    const json* searchCategory = member(entry, "searchCategory", "searchCategory", problem, true);
     if (!searchCategory) return false;
-    if (!searchCategory->is_object()) {
-        problem = "\"searchCategory\" is not an object";
-        return false;
-    }
     const json* word = member(*searchCategory, "category", "searchCategory.category", problem);
     if (!word) return false;
     if (!word->is_string() || !categoryFromWord(word->get<std::string>(), category)) {
@@ -122,14 +58,14 @@ bool readEntry(const json& entry, search_category_t& category, Dir& dir, std::st
         return false;
     }
 
-    const json* directory = member(entry, "searchDirectory", "searchDirectory", problem);
+    const json* directory = member(entry, "searchDirectory", "searchDirectory", problem, true);
     if (!directory) return false;
-    if (!directory->is_object()) {
-        problem = "\"searchDirectory\" is not an object";
+    const json* name = member(*directory, "name", "searchDirectory.name", problem);
+    if (!name) return false;
+    if (!nameFromJson(*name, dir.name, problem)) {
+        problem = "\"searchDirectory.name\" " + problem;
         return false;
     }
-    const json* name = member(*directory, "name", "searchDirectory.name", problem);
-    if (!name || !nameFromJson(*name, dir.name, problem)) return false;
     const json* recursive = member(*directory, "recursive", "searchDirectory.recursive", problem);
     if (!recursive) return false;
     if (!recursive->is_boolean()) {
@@ -155,7 +91,7 @@ std::string serialise(const EditableSearchDirContainer& dirs) {
         for (const Dir& dir : *dirList->snapshot()) {
             list.push_back({{"searchCategory", {{"category", categoryWord(c)}}},
                             {"searchDirectory",
-                             {{"name", nameToJson(dir.name)},
+                             {{"name", nameToJson<json>(dir.name)},
                               {"recursive", dir.recursive},
                               {"priority", dir.highPriority ? "high" : "low"}}}});
         }

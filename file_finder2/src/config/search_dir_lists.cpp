@@ -9,7 +9,7 @@
 namespace FF_2_13 {
 
 namespace {
-constexpr char kLogSource[] = "file_finder2/src/ff_searchenv";
+constexpr const char* kLogSource = log_source::kSearchEnv;
 }  // namespace
 
 // ---- FilteredDirList -------------------------------------------------------------------

@@ -3,13 +3,13 @@
 #include "config/search_steps_configurator.h"
 
 #include "base/log.h"
-#include "ff_searchenv.h"
 #include "base/string_container.h"
+#include "ff_searchenv.h"
 
 namespace FF_2_13 {
 
 namespace {
-constexpr char kLogSource[] = "file_finder2/src/ff_search_steps_config";
+constexpr const char* kLogSource = log_source::kSearchStepsConfig;
 
 // Archive directories come first and the client's high-priority directories next; the
 // cache directory is looked at before the name as recorded. ssAskUser (64) is not here:

@@ -11,7 +11,6 @@
 //      per-client settings.
 #include "context/resolution_context_mgr.h"
 
-#include "base/globals.h"
 #include "base/log.h"
 #include "context/metadata.h"
 #include "ff_utils.h"
@@ -20,7 +19,7 @@ namespace FF_2_13 {
 
 namespace {
 
-constexpr char kLogSource[] = "file_finder2/src/ff_context";
+constexpr const char* kLogSource = log_source::kContext;
 constexpr char kDefaultClientId[] = "";
 // The leading blank keeps it apart from every key a client would choose.
 constexpr char kResultDirPresetKey[] = " hidden_result_dir_key";
@@ -31,20 +30,8 @@ const char* orNull(const char* text) {
 
 }  // namespace
 
+FFLock g_resoulutionContextMgrLock;
 ResolutionContextMgr* ResolutionContextMgr::s_instance = nullptr;
-
-const char* categorySubdirectory(search_category_t category) {
-    switch (category) {
-        case scBinaryFiles:
-            return "binaries";
-        case scSymbolFiles:
-            return "symbols";
-        case scSourceFiles:
-            return "sources";
-        default:
-            return "all";
-    }
-}
 
 bool ResolutionContextKeyLess::operator()(const std::string& a, const std::string& b) const {
     return utils::compareCanonicalFileNames(a.c_str(), b.c_str()) < 0;
@@ -141,11 +128,15 @@ ObjectPtr<IResolutionContext> ResolutionContextMgr::createResultDirectoryContext
     // A result keeps its own files by category; symbol files are also looked for among
     // the result's binaries, which often carry their symbols.
     ObjectPtr<IEditableSearchDirContainer> preset = IEditableSearchDirContainer::create();
-    preset->addDirectory(scBinaryFiles, utils::addSubPart(dir, "binaries").c_str(), false, true);
-    preset->addDirectory(scSymbolFiles, utils::addSubPart(dir, "symbols").c_str(), false, true);
-    preset->addDirectory(scSymbolFiles, utils::addSubPart(dir, "binaries").c_str(), false, true);
-    preset->addDirectory(scSourceFiles, utils::addSubPart(dir, "sources").c_str(), true, true);
-    preset->addDirectory(scAllFiles, utils::addSubPart(dir, "all").c_str(), true, true);
+    auto add = [&](search_category_t category, search_category_t folder, bool recursive) {
+        preset->addDirectory(category, utils::addSubPart(dir, categoryWord(folder)).c_str(),
+                             recursive, true);
+    };
+    add(scBinaryFiles, scBinaryFiles, false);
+    add(scSymbolFiles, scSymbolFiles, false);
+    add(scSymbolFiles, scBinaryFiles, false);
+    add(scSourceFiles, scSourceFiles, true);
+    add(scAllFiles, scAllFiles, true);
     registerSearchDirs(*context, preset, kResultDirPresetKey);
     return context;
 }
@@ -328,8 +319,7 @@ ObjectPtr<ISearchEnv> ResolutionContextMgr::createSearchEnv(
             for (search_category_t category :
                  {scBinaryFiles, scSymbolFiles, scSourceFiles, scAllFiles})
                 archiveDirs->addDirectory(
-                    category,
-                    utils::addSubPart(archiveDir.c_str(), categorySubdirectory(category)).c_str(),
+                    category, utils::addSubPart(archiveDir.c_str(), categoryWord(category)).c_str(),
                     true, true);
         }
 
@@ -400,8 +390,8 @@ bool ResolutionContextMgr::archiveFile(IResolutionContext& context, const char* 
         const std::string archiveDir = getArchiveDir(*level);
         if (archiveDir.empty()) continue;
         std::string archived;  // where it went is not reported to the caller
-        const unsigned int result = utils::archiveFile(
-            file, archiveDir.c_str(), categorySubdirectory(category), archived, false);
+        const unsigned int result =
+            utils::archiveFile(file, archiveDir.c_str(), categoryWord(category), archived, false);
         // True when the file stands in the archive afterwards, copied now or before.
         return result == utils::kArchiveDone || result == utils::kArchiveAlreadyThere;
     }

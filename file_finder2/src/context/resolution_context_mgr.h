@@ -26,6 +26,9 @@ struct ResolutionContextKeyLess {
     bool operator()(const std::string& a, const std::string& b) const;
 };
 
+/// Guards the making of the process's context manager in IResolutionContextMgr::create().
+extern FFLock g_resoulutionContextMgrLock;
+
 class ResolutionContextMgr : public RefCountImpl<IResolutionContextMgr> {
 public:
     ResolutionContextMgr();
@@ -70,7 +73,8 @@ public:
     ObjectPtr<ISearchDirContainer> getSearchDirs(IResolutionContext& context, const char* key);
     std::string getArchiveDir(IResolutionContext& context);
 
-    /// The single instance (kept for the life of the process) and its guard.
+    /// The single instance, kept for the life of the process; made under
+    /// g_resoulutionContextMgrLock.
     static ResolutionContextMgr* s_instance;
 
 private:
@@ -78,8 +82,5 @@ private:
     std::map<std::string, ObjectPtr<IMetadata>, ResolutionContextKeyLess> m_metadata;
     FFSpinSharedLock m_lock;
 };
-
-/// "binaries", "symbols", "sources", and "all" for scAllFiles and any other value.
-const char* categorySubdirectory(search_category_t category);
 
 }  // namespace FF_2_13

@@ -11,10 +11,10 @@
 #include <boost/filesystem/operations.hpp>
 #include <boost/filesystem/path.hpp>
 
-#include "ff_checksum.h"
 #include "base/log.h"
-#include "platform/posix.h"
+#include "ff_checksum.h"
 #include "ff_utils.h"
+#include "platform/posix.h"
 #include "tarnbase2/tarnbase2.h"
 
 namespace FF_2_13 {
@@ -22,9 +22,7 @@ namespace utils {
 
 namespace {
 
-constexpr char kLogSource[] = "file_finder2/src/ff_utils";
-// The line this failure has always been reported at; log readers match on it.
-constexpr int kTempDirFailureLine = 252;
+constexpr const char* kLogSource = log_source::kUtils;
 constexpr int kTempDirAttempts = 30;
 
 // Another thread or process may make the same level at the same moment: a directory
@@ -86,7 +84,7 @@ unsigned int createUniqueTempDir(std::string& dir) {
             return kArchiveDone;
         }
     }
-    FF_LOG_ERROR_AT(kLogSource, kTempDirFailureLine, "Cannot create temp directory");
+    FF_LOG_ERROR_AT(kLogSource, log_source::kTempDirFailureLine, "Cannot create temp directory");
     return kArchiveCannotCreateDirectory;
 }
 

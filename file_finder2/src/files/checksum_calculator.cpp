@@ -4,7 +4,6 @@
 #include <atomic>
 
 #include "files/checksum_calculator.h"
-#include "base/globals.h"
 
 namespace FF_2_13 {
 
@@ -35,6 +34,7 @@ bool Checksum::isEqualTo(const IChecksum& other) const {
     return otherValue && ::strcasecmp(m_value.c_str(), otherValue) == 0;
 }
 
+FFLock g_checkSumCalcLock;
 ChecksumCalculator* ChecksumCalculator::s_instance = nullptr;
 
 ObjectPtr<IChecksumCalculator> IChecksumCalculator::create() {

@@ -21,6 +21,9 @@ private:
     checksum_type_t m_type;
 };
 
+/// Guards s_instance: its hand-out in create() and its clearing in the destructor.
+extern FFLock g_checkSumCalcLock;
+
 /// One live instance at a time (s_instance), shared by its holders. The last release
 /// destroys it; the destructor clears s_instance under g_checkSumCalcLock, and create()
 /// never hands out an instance whose count already reached zero.

@@ -25,7 +25,7 @@ namespace utils {
 
 namespace {
 
-constexpr char kLogSource[] = "file_finder2/src/ff_utils";
+constexpr const char* kLogSource = log_source::kUtils;
 
 constexpr std::size_t kChunkSize = 262144;
 // 15 for the 32 KiB window, plus 16: a gzip header and trailer are expected.

@@ -8,7 +8,7 @@ namespace FF_2_13 {
 
 namespace {
 
-constexpr char kLogSource[] = "file_finder2/src/ff_default_callbacks";
+constexpr const char* kLogSource = log_source::kDefaultCallbacks;
 
 // What every handler keeps: the history, the own callback (may be null), and the names of
 // the request, borrowed from the call. Binary requests have a file name only.

@@ -3,8 +3,8 @@
 //
 // Save:
 //   1. copy the three maps at one moment (the history's shared lock, no file work under it);
-//   2. build the document, each name a JSON string when it is valid UTF-8 and
-//      {"hex": "..."} otherwise, so every byte string comes back exactly;
+//   2. build the document, each name a JSON string, escaped when it is not UTF-8
+//      (files/json_names.h), so every byte string comes back exactly;
 //   3. replace the file atomically (temporary file, flush, rename).
 // Load:
 //   1. read the file; a missing file is an empty history;
@@ -12,15 +12,14 @@
 //   3. walk "binaries", "symbols" and "sources", adding every valid entry through the
 //      interface and logging every fault with where it is and what is wrong;
 //   4. answer true only when nothing was wrong.
-#include <boost/algorithm/hex.hpp>
 #include <boost/filesystem.hpp>
 #include <fstream>
-#include <iterator>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "history/search_history.h"
 #include "base/log.h"
+#include "files/json_names.h"
 #include "platform/posix.h"
 
 namespace fs = boost::filesystem;
@@ -29,7 +28,7 @@ namespace FF_2_13 {
 
 namespace {
 
-constexpr char kLogSource[] = "file_finder2/src/ff_history_file";
+constexpr const char* kLogSource = log_source::kHistoryFile;
 constexpr int kFormatVersion = 1;
 
 // Insertion order kept, so "version" leads and each entry reads file .. resolved.
@@ -69,74 +68,6 @@ const CategoryFormat kCategories[] = {
      }},
 };
 
-// Well-formed UTF-8 as Unicode defines it: no overlong forms, no surrogates, nothing
-// above U+10FFFF. The JSON writer refuses anything else.
-bool isWellFormedUtf8(const std::string& text) {
-    const auto* p = reinterpret_cast<const unsigned char*>(text.data());
-    const auto* end = p + text.size();
-    while (p < end) {
-        const unsigned char lead = *p;
-        if (lead < 0x80) {
-            ++p;
-            continue;
-        }
-        // The range of the second byte narrows after E0, ED, F0 and F4.
-        std::ptrdiff_t length;
-        unsigned char low = 0x80, high = 0xBF;
-        if (lead >= 0xC2 && lead <= 0xDF) {
-            length = 2;
-        } else if (lead >= 0xE0 && lead <= 0xEF) {
-            length = 3;
-            if (lead == 0xE0) low = 0xA0;
-            if (lead == 0xED) high = 0x9F;
-        } else if (lead >= 0xF0 && lead <= 0xF4) {
-            length = 4;
-            if (lead == 0xF0) low = 0x90;
-            if (lead == 0xF4) high = 0x8F;
-        } else {
-            return false;
-        }
-        if (end - p < length || p[1] < low || p[1] > high) return false;
-        for (std::ptrdiff_t i = 2; i < length; ++i)
-            if (p[i] < 0x80 || p[i] > 0xBF) return false;
-        p += length;
-    }
-    return true;
-}
-
-Json encodeName(const std::string& name) {
-    if (isWellFormedUtf8(name)) return Json(name);
-    std::string hex;
-    boost::algorithm::hex_lower(name.begin(), name.end(), std::back_inserter(hex));
-    return Json::object({{"hex", hex}});
-}
-
-// Reads a name written by encodeName. False, with `fault` saying why, for anything else.
-bool decodeName(const Json& value, std::string& name, std::string& fault) {
-    if (value.is_string()) {
-        name = value.get<std::string>();
-    } else if (value.is_object() && value.size() == 1 && value.contains("hex") &&
-               value["hex"].is_string()) {
-        const std::string& hex = value["hex"].get_ref<const std::string&>();
-        name.clear();
-        try {
-            boost::algorithm::unhex(hex.begin(), hex.end(), std::back_inserter(name));
-        } catch (const boost::algorithm::hex_decode_error&) {
-            fault = "is not an even number of hexadecimal digits";
-            return false;
-        }
-    } else {
-        fault = std::string("is ") + value.type_name() + ", not a string or {\"hex\": ...}";
-        return false;
-    }
-    // Names travel as C strings: a NUL would cut the name short.
-    if (name.find('\0') != std::string::npos) {
-        fault = "contains a NUL byte";
-        return false;
-    }
-    return true;
-}
-
 std::string quoted(const std::string& text) {
     return "\"" + text + "\"";
 }
@@ -148,12 +79,12 @@ Json buildDocument(const SearchHistory::Snapshot& snapshot) {
         Json entries = Json::array();
         for (const SearchHistory::Entry& entry : snapshot.*category.entries) {
             Json item = Json::object();
-            item["file"] = encodeName(entry.key.fileName);
+            item["file"] = nameToJson<Json>(entry.key.fileName);
             if (category.keyedByBinary) {
-                item["binary"] = encodeName(entry.key.binaryFile);
-                item["checksum"] = encodeName(entry.key.checksum);
+                item["binary"] = nameToJson<Json>(entry.key.binaryFile);
+                item["checksum"] = nameToJson<Json>(entry.key.checksum);
             }
-            item["resolved"] = encodeName(entry.resolvedName);
+            item["resolved"] = nameToJson<Json>(entry.resolvedName);
             entries.push_back(std::move(item));
         }
         document[category.member] = std::move(entries);
@@ -207,7 +138,7 @@ bool loadCategory(ISearchHistory& history, const CategoryFormat& category, const
                 std::string fault;
                 if (!entry.contains(member))
                     fault = "is missing";
-                else if (decodeName(entry[member], name, fault))
+                else if (nameFromJson(entry[member], name, fault))
                     return;
                 faults += (faults.empty() ? "" : "; ") + quoted(member) + " " + fault;
             };
@@ -245,7 +176,7 @@ bool saveSearchHistory(const ObjectPtr<ISearchHistory>& history, const char* fil
         return false;
     }
     const SearchHistory::Snapshot snapshot = own->snapshot();
-    // Every name is valid UTF-8 or hexadecimal by now, so the strict writer cannot throw.
+    // Every name is well-formed UTF-8 or escaped by now, so the strict writer cannot throw.
     const std::string text = buildDocument(snapshot).dump(2) + "\n";
     std::string fault;
     if (!posix::replaceFileAtomically(file, text, fault)) {

@@ -7,7 +7,7 @@
 namespace FF_2_13 {
 
 namespace {
-constexpr char kLogSource[] = "file_finder2/src/ff_history";
+constexpr const char* kLogSource = log_source::kHistory;
 
 void appendEntries(const std::map<SearchHistory::AssociationKey, ObjectPtr<IFileAssociation>>& map,
                    std::vector<SearchHistory::Entry>& entries) {

@@ -7,7 +7,7 @@ namespace FF_2_13 {
 
 namespace {
 
-constexpr char kLogSource[] = "file_finder2/src/ff_manipulator";
+constexpr const char* kLogSource = log_source::kManipulator;
 
 }  // namespace
 

@@ -14,7 +14,7 @@ namespace FF_2_13 {
 
 namespace {
 
-constexpr char kLogSource[] = "file_finder2/src/ff_search";
+constexpr const char* kLogSource = log_source::kSearch;
 
 const char* nameOrNull(const ObjectPtr<IValidFile>& file) {
     return file ? file->name() : "NULL";

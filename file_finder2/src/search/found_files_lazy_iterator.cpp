@@ -14,8 +14,8 @@ namespace FF_2_13 {
 
 namespace {
 
-constexpr char kLogSource[] = "file_finder2/src/ff_search";
-constexpr char kImplSource[] = "file_finder2/src/ff_search_impl";
+constexpr const char* kLogSource = log_source::kSearch;
+constexpr const char* kImplSource = log_source::kSearchImpl;
 constexpr char kKernelImageCache[] = "vmlinux_cache";
 
 // The five marks have one width, so that the trace lines align.

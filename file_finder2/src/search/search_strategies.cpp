@@ -15,7 +15,7 @@ namespace FF_2_13 {
 
 namespace {
 
-constexpr char kLogSource[] = "file_finder2/src/ff_search";
+constexpr const char* kLogSource = log_source::kSearch;
 constexpr char kGuestMark[] = "[guest]";
 
 bool containsGuestMark(const char* name) {

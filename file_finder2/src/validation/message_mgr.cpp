@@ -2,7 +2,6 @@
 #include <QORAL_2_18/i18n.h>
 #include <tarnbase2/tarnbase2.h>
 
-#include "base/globals.h"
 #include "validation/message_mgr.h"
 
 namespace FF_2_13 {
@@ -65,6 +64,7 @@ unsigned int FileIsDirectoryMessage::fillMessage(IMsgContainer& out) {
     return fillFromCommonCatalog(out, "FileIsDirectory", prepareArgumentsList());
 }
 
+FFLock g_messageMgrLock;
 ObjectPtr<IMessageMgr> MessageMgr::s_messageMgr;
 
 ObjectPtr<IMessageMgr> IMessageMgr::create() {

@@ -97,6 +97,9 @@ private:
     X(BinFileUnsupportedFormat)     \
     X(FileIsNotRegular)
 
+/// Guards the making of the process's message manager in IMessageMgr::create().
+extern FFLock g_messageMgrLock;
+
 /// The process's manager (s_messageMgr, made by the first IMessageMgr::create() under
 /// g_messageMgrLock). Setters and getters take no lock.
 class MessageMgr : public RefCountImpl<IMessageMgr> {

@@ -14,7 +14,7 @@ namespace FF_2_13 {
 
 namespace {
 
-constexpr char kLogSource[] = "file_finder2/src/ff_validator";
+constexpr const char* kLogSource = log_source::kValidator;
 constexpr char kChecksumMismatchId[] = "%CannotMatchFileWithChecksumMismatch";
 
 ObjectPtr<IValidatedFile> accepted(const char* name, confidence_t confidence, search_step_t step) {

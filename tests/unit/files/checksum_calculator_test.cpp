@@ -7,7 +7,6 @@
 #include <thread>
 
 #include "files/checksum_calculator.h"
-#include "base/globals.h"
 #include "temp_dir.h"
 
 using namespace FF_2_13;

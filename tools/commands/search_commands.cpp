@@ -1,0 +1,225 @@
+// The search commands: `bin`, `sym` and `src` answer one request each; `resolve` answers
+// the modules of a process (their binaries and symbol files) or the requests of a
+// manifest. All of them:
+//  1. check and parse the search options (search_options.h) and their own arguments;
+//  2. gather the requests;
+//  3. get the file locator (file_locator.h) and answer the requests through a Resolver;
+//  4. print the rows as a table or as JSON, and exit 0 when everything was found.
+#include <fstream>
+#include <iostream>
+#include <memory>
+
+#include "commands/commands.h"
+#include "core/exit_codes.h"
+#include "core/file_locator.h"
+#include "core/manifest.h"
+#include "core/proc_maps.h"
+#include "core/progress_line.h"
+#include "core/resolver.h"
+#include "core/search_options.h"
+#include "core/search_report.h"
+
+namespace ffcli {
+
+namespace {
+
+constexpr char kSearchOutput[] =
+    "Prints the file found with its confidence and search step; when nothing is found, each\n"
+    "rejected candidate with its message. --json prints a JSON array of objects with the\n"
+    "fields request, found, confidence, step, rejected (and error when a search failed).\n"
+    "Exit codes: 0 found, 1 not found, 2 bad usage or input, 3 internal error.\n";
+
+struct SingleSearch {
+    RequestKind kind = RequestKind::kBinary;
+    SearchOptions search;
+    std::string name;
+    std::string binary;
+    std::string checksum;
+    long long modificationTime = 0;
+    unsigned long long size = 0;
+    CLI::Option* modificationTimeOption = nullptr;
+    CLI::Option* sizeOption = nullptr;
+};
+
+struct ResolveCommand {
+    SearchOptions search;
+    int pid = 0;
+    bool self = false;
+    std::string manifest;
+};
+
+// Steps 3 and 4 for requests gathered by `gather`.
+int answerAndPrint(const SearchSettings& settings, bool json,
+                   const std::function<std::vector<ResolveRow>(Resolver&)>& gather) {
+    std::unique_ptr<FileLocator> locator = makeLibraryLocator(settings);
+    ProgressLine progress;
+    Resolver resolver(*locator, [&progress](std::size_t done, std::size_t total) {
+        progress.update(done, total);
+    });
+    const std::vector<ResolveRow> rows = gather(resolver);
+    progress.done();
+    if (json)
+        std::cout << toJson(rows).dump(2) << '\n';
+    else
+        writeTable(std::cout, rows);
+    std::cout.flush();
+    if (!std::cout) return fail(kExitInternalError, "cannot write the results to stdout");
+    return exitCodeFor(rows);
+}
+
+int runSingleSearch(const SingleSearch& command) {
+    SearchSettings settings;
+    std::string error;
+    if (!makeSearchSettings(command.search, settings, error)) return fail(kExitBadInput, error);
+    Request request;
+    request.kind = command.kind;
+    request.name = command.name;
+    request.binary = command.binary;
+    if (!command.checksum.empty()) {
+        ExpectedChecksum checksum;
+        if (!parseChecksum(command.checksum, checksum, error))
+            return fail(kExitBadInput, "--checksum: " + error);
+        request.checksum = checksum;
+    }
+    if (command.modificationTimeOption && command.modificationTimeOption->count())
+        request.modificationTime = command.modificationTime;
+    if (command.sizeOption && command.sizeOption->count()) request.size = command.size;
+    return answerAndPrint(settings, command.search.json, [&request](Resolver& resolver) {
+        return resolver.resolveRequests({request});
+    });
+}
+
+int runResolve(const ResolveCommand& command) {
+    SearchSettings settings;
+    std::string error;
+    if (!makeSearchSettings(command.search, settings, error)) return fail(kExitBadInput, error);
+
+    if (!command.manifest.empty()) {
+        std::ifstream in(command.manifest);
+        if (!in) return fail(kExitBadInput, "cannot read the manifest " + command.manifest);
+        const Manifest manifest = parseManifest(in);
+        if (in.bad()) return fail(kExitBadInput, "cannot read the manifest " + command.manifest);
+        for (const ManifestError& e : manifest.errors)
+            fail(kExitBadInput, command.manifest + ":" + std::to_string(e.line) + ": " + e.message);
+        const int code = answerAndPrint(settings, command.search.json, [&](Resolver& resolver) {
+            return resolver.resolveRequests(manifest.requests);
+        });
+        return manifest.errors.empty() ? code : std::max(code, kExitBadInput);
+    }
+
+    const std::string pid = command.pid > 0 ? std::to_string(command.pid) : "self";
+    const std::optional<std::vector<MappedModule>> modules = readProcMaps(pid, error);
+    if (!modules) return fail(kExitBadInput, error);
+    std::vector<std::string> binaries;
+    for (const MappedModule& module : *modules) binaries.push_back(module.path);
+    return answerAndPrint(settings, command.search.json, [&binaries](Resolver& resolver) {
+        return resolver.resolveModules(binaries);
+    });
+}
+
+void addSingleSearch(CLI::App& app, CommandAction& action, RequestKind kind) {
+    auto command = std::make_shared<SingleSearch>();
+    command->kind = kind;
+    CLI::App* sub = nullptr;
+    switch (kind) {
+        case RequestKind::kBinary:
+            sub = app.add_subcommand("bin",
+                                     "Find a binary module (executable, shared object, "
+                                     "kernel or kernel module)");
+            sub->add_option("NAME", command->name, "The binary as recorded")->required();
+            sub->footer(
+                std::string(
+                    "Examples:\n"
+                    "  file-finder bin /usr/lib/x86_64-linux-gnu/libc.so.6\n"
+                    "  file-finder bin libm.so.6 --search-dir=binaries:/opt/app/lib\n"
+                    "  file-finder bin ext4 --kernel-release 6.1.0-13-amd64\n"
+                    "  file-finder bin vmlinux --kernel-release 6.1.0-13-amd64 --json\n\n") +
+                kSearchOutput);
+            break;
+        case RequestKind::kSymbol:
+            sub = app.add_subcommand("sym", "Find the symbol file of a binary");
+            sub->add_option("NAME", command->name, "The symbol file as recorded")->required();
+            sub->add_option("--binary", command->binary, "The binary the symbol file belongs to")
+                ->type_name("BIN")
+                ->required();
+            sub->footer(
+                std::string("Examples:\n"
+                            "  file-finder sym libx.so.1.debug --binary /opt/app/lib/libx.so.1\n"
+                            "  file-finder sym .build-id/3a/9f00c1d2.debug --binary /usr/bin/ls\n"
+                            "  file-finder sym app.debug --binary /opt/app/bin/app \\\n"
+                            "      --search-dir=symbols,recursive:/srv/debug --checksum "
+                            "md5:9e107d9d372bb6826bd81d3542a419d6\n\n") +
+                kSearchOutput);
+            break;
+        case RequestKind::kSource:
+            sub = app.add_subcommand("src", "Find a source file of a binary");
+            sub->add_option("NAME", command->name, "The source file as recorded")->required();
+            sub->add_option("--binary", command->binary, "The binary built from the source file")
+                ->type_name("BIN")
+                ->required();
+            command->modificationTimeOption =
+                sub->add_option("--mtime", command->modificationTime,
+                                "Recorded modification time, seconds since the epoch")
+                    ->type_name("SECONDS");
+            command->sizeOption = sub->add_option("--size", command->size, "Recorded size in bytes")
+                                      ->type_name("BYTES");
+            sub->footer(
+                std::string("Examples:\n"
+                            "  file-finder src /build/app/main.c --binary /opt/app/bin/app\n"
+                            "  file-finder src main.c --binary /opt/app/bin/app \\\n"
+                            "      --search-dir=sources,recursive:/home/me/src/app --mtime "
+                            "1700000000 --size 2048\n\n") +
+                kSearchOutput);
+            break;
+    }
+    sub->add_option("--checksum", command->checksum, "The file's expected checksum")
+        ->type_name("md5:HEX|sha1:HEX");
+    addSearchOptions(*sub, command->search);
+    sub->callback([&action, command] { action = [command] { return runSingleSearch(*command); }; });
+}
+
+void addResolve(CLI::App& app, CommandAction& action) {
+    auto command = std::make_shared<ResolveCommand>();
+    CLI::App* sub = app.add_subcommand(
+        "resolve", "Find the binaries and symbol files of a process, or the files of a manifest");
+    CLI::Option* pid =
+        sub->add_option("--pid", command->pid, "The process whose executable mappings to resolve")
+            ->type_name("PID")
+            ->check(CLI::PositiveNumber);
+    CLI::Option* self =
+        sub->add_flag("--self", command->self, "Resolve this process's own modules (the default)");
+    CLI::Option* manifest =
+        sub->add_option("--manifest", command->manifest,
+                        "A list of requests, one a line, tab-separated: bin NAME [CHECKSUM], sym "
+                        "NAME BINARY [CHECKSUM], src NAME BINARY [CHECKSUM]")
+            ->type_name("FILE");
+    pid->excludes(self)->excludes(manifest);
+    self->excludes(manifest);
+    addSearchOptions(*sub, command->search);
+    sub->footer(
+        "For each module of the process, the binary is searched, then its symbol file under\n"
+        "the names the binary gives: the build-id name .build-id/xx/rest.debug, the\n"
+        ".gnu_debuglink name, and the binary itself when it carries debug information.\n"
+        "Each module is resolved once. In a manifest, '#' lines and blank lines are skipped\n"
+        "and CHECKSUM is md5:HEX or sha1:HEX; a malformed line is reported with its number\n"
+        "and the rest is still resolved (the exit code is then 2).\n\n"
+        "Examples:\n"
+        "  file-finder resolve --self\n"
+        "  file-finder resolve --pid 4242 --search-dir=symbols,recursive:/srv/debug\n"
+        "  file-finder resolve --manifest run17.tsv --result-dir /data/run17 --json\n\n"
+        "Prints one row per file with its confidence and search step, and the rejected\n"
+        "candidates of each file not found. Exit codes: 0 all found, 1 something not found,\n"
+        "2 bad usage or input, 3 internal error.");
+    sub->callback([&action, command] { action = [command] { return runResolve(*command); }; });
+}
+
+}  // namespace
+
+void addSearchCommands(CLI::App& app, CommandAction& action) {
+    addSingleSearch(app, action, RequestKind::kBinary);
+    addSingleSearch(app, action, RequestKind::kSymbol);
+    addSingleSearch(app, action, RequestKind::kSource);
+    addResolve(app, action);
+}
+
+}  // namespace ffcli

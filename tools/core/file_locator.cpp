@@ -1,0 +1,179 @@
+// The file locator of the command: each request is a search of the library through a
+// context chain made from the command's options.
+//
+//   user-wide context      --search-dir, --config, --archive-dir, --cache-dir, --steps,
+//   │                      --kernel-release, and a no-files-found callback that keeps the
+//   │                      rejected candidates for the report
+//   └ result directory     --result-dir: the result's own directories and archive
+#include "core/file_locator.h"
+
+#include <file_finder.h>
+
+namespace ffcli {
+
+namespace {
+
+using namespace FF_2_13;
+
+constexpr char kClientId[] = "file-finder";
+
+// Keeps what a search turned down in the outcome of the request being answered.
+class RejectionRecorder : public INoFilesFoundCallback {
+public:
+    ~RejectionRecorder() override { disconnectHolders(); }
+
+    void recordInto(Outcome* outcome) { m_outcome = outcome; }
+
+    ObjectPtr<IValidFile> noBinFilesFound(const char*, IValidator&, IInvalidFileIterator& invalid,
+                                          IValidFileIterator&) override {
+        return record(invalid);
+    }
+    ObjectPtr<IValidFile> noSymFilesFound(const char*, const char*, const char*, IValidator&,
+                                          IInvalidFileIterator& invalid,
+                                          IValidFileIterator&) override {
+        return record(invalid);
+    }
+    ObjectPtr<IValidFile> noSrcFilesFound(const char*, const char*, const char*, IValidator&,
+                                          IInvalidFileIterator& invalid,
+                                          IValidFileIterator&) override {
+        return record(invalid);
+    }
+
+private:
+    ObjectPtr<IValidFile> record(IInvalidFileIterator& invalid) {
+        invalid.reset();
+        while (ObjectPtr<IInvalidFile> file = invalid.next()) {
+            if (m_outcome)
+                m_outcome->rejected.push_back(
+                    {file->name(), file->errorMessage(), file->severity(), file->searchStep()});
+        }
+        return ObjectPtr<IValidFile>();  // the command never invents an answer
+    }
+
+    Outcome* m_outcome = nullptr;
+};
+
+// Runs several validators: a file one of them rejects is rejected, a file all of them
+// accept is accepted, anything else is left to the confidence-level policy.
+class AllOf : public IValidatorCallback {
+public:
+    void add(IValidatorCallback* validator) { m_validators.push_back(validator); }
+    bool empty() const { return m_validators.empty(); }
+    unsigned int validate(const char* name, IErrorInfoContainer& info) override {
+        unsigned int result = vrValid;
+        for (IValidatorCallback* validator : m_validators) {
+            const unsigned int answer = validator->validate(name, info);
+            if (answer == vrInvalid) return vrInvalid;
+            if (answer != vrValid) result = vrUndecided;
+        }
+        return result;
+    }
+
+private:
+    std::vector<IValidatorCallback*> m_validators;
+};
+
+class LibraryLocator : public FileLocator {
+public:
+    explicit LibraryLocator(const SearchSettings& settings)
+        : m_manager(IResolutionContextMgr::create()), m_calculator(IChecksumCalculator::create()) {
+        ObjectPtr<IResolutionContext> user = m_manager->createUserWideContext();
+        ObjectPtr<IResolutionContext> searchFrom = user;
+        if (!settings.resultDir.empty()) {
+            ObjectPtr<IResolutionContext> result =
+                m_manager->createResultDirectoryContext(settings.resultDir.c_str());
+            if (result) {
+                m_manager->addInheritance(*result, *user);
+                searchFrom = result;
+            }
+        }
+        m_manager->registerSearchDirs(*user, settings.searchDirs, "command line");
+        if (settings.configDirs)
+            m_manager->registerSearchDirs(*user, settings.configDirs, "config");
+        if (!settings.archiveDir.empty())
+            m_manager->registerArchiveDir(*user, settings.archiveDir.c_str());
+        if (!settings.cacheDir.empty())
+            m_manager->registerCacheDir(*user, settings.cacheDir.c_str());
+
+        ObjectPtr<ISearchStepsConfigurator> steps = ISearchStepsConfigurator::create();
+        for (search_category_t category : {scBinaryFiles, scSymbolFiles, scSourceFiles}) {
+            steps->setStep(static_cast<search_step_t>(settings.steps.enable), category, true);
+            steps->setStep(static_cast<search_step_t>(settings.steps.disable), category, false);
+        }
+        m_manager->registerSearchStepsConfigurator(*user, kClientId, steps);
+
+        if (!settings.kernelRelease.empty()) {
+            ObjectPtr<IEditableEnvironmentInfo> info = IEditableEnvironmentInfo::create();
+            info->setOsType(osLinux);
+            info->setKernelRelease(settings.kernelRelease.c_str());
+            m_manager->registerEnvironmentInfo(*user, kClientId, info);
+        }
+        m_manager->registerNoFilesFoundCallback(*user, kClientId, &m_rejections);
+        m_search =
+            m_manager->createFileSearch(*searchFrom, kClientId, ObjectPtr<IEnvironmentInfo>());
+    }
+
+    Outcome locate(const Request& request) override {
+        Outcome outcome;
+        AllOf validators;
+        std::unique_ptr<ChecksumValidator> checksum;
+        std::unique_ptr<SourceFileTimeAndSizeMatchValidator> timeAndSize;
+        std::string checksumText;
+        if (request.checksum) {
+            checksumText = request.checksum->hex;
+            checksum = std::make_unique<ChecksumValidator>(
+                categoryOf(request.kind),
+                m_calculator->fromString(request.checksum->type, request.checksum->hex.c_str()));
+            validators.add(checksum.get());
+        }
+        if (request.modificationTime || request.size) {
+            timeAndSize = std::make_unique<SourceFileTimeAndSizeMatchValidator>(
+                request.modificationTime.value_or(0), request.size.value_or(0));
+            validators.add(timeAndSize.get());
+        }
+        IValidatorCallback* validator = validators.empty() ? nullptr : &validators;
+
+        m_rejections.recordInto(&outcome);
+        struct StopRecording {
+            RejectionRecorder& recorder;
+            ~StopRecording() { recorder.recordInto(nullptr); }
+        } stop{m_rejections};
+
+        const char* name = request.name.c_str();
+        const char* binary = request.binary.c_str();
+        const char* sum = checksumText.empty() ? nullptr : checksumText.c_str();
+        ObjectPtr<IValidFile> found;
+        switch (request.kind) {
+            case RequestKind::kBinary:
+                found = m_search->findBinFile(name, validator, nullptr, 0);
+                break;
+            case RequestKind::kSymbol:
+                found =
+                    m_search->findSymFile(name, binary, sum, validator, nullptr, nullptr, nullptr);
+                break;
+            case RequestKind::kSource:
+                found = m_search->findSrcFile(name, binary, sum, validator, nullptr);
+                break;
+        }
+        if (found) {
+            outcome.path = found->name();
+            outcome.confidence = found->confidence();
+            outcome.step = found->searchStep();
+        }
+        return outcome;
+    }
+
+private:
+    ObjectPtr<IResolutionContextMgr> m_manager;
+    ObjectPtr<IChecksumCalculator> m_calculator;
+    RejectionRecorder m_rejections;
+    ObjectPtr<IFileSearch> m_search;
+};
+
+}  // namespace
+
+std::unique_ptr<FileLocator> makeLibraryLocator(const SearchSettings& settings) {
+    return std::make_unique<LibraryLocator>(settings);
+}
+
+}  // namespace ffcli

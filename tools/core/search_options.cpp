@@ -1,0 +1,71 @@
+#include "core/search_options.h"
+
+namespace ffcli {
+
+void addSearchOptions(CLI::App& command, SearchOptions& options) {
+    command
+        .add_option("--search-dir", options.searchDirs,
+                    "A directory to search: CATEGORY[,recursive][,high]:PATH, CATEGORY one of "
+                    "binaries, symbols, sources, all (repeatable)")
+        ->type_name("DIR")
+        ->allow_extra_args(false);
+    command
+        .add_option("--config", options.configFile,
+                    "Also search the persistent directories kept in FILE (see `dirs`)")
+        ->type_name("FILE")
+        ->check(CLI::ExistingFile.description(""));
+    auto addDirectory = [&command](const char* name, std::string& dir, const char* description) {
+        command.add_option(name, dir, description)
+            ->type_name("DIR")
+            ->check(CLI::ExistingDirectory.description(""));
+    };
+    addDirectory("--archive-dir", options.archiveDir,
+                 "An archive directory, searched first (the layout `archive` writes)");
+    addDirectory("--cache-dir", options.cacheDir,
+                 "The cache directory (searched when the cache step is on)");
+    addDirectory("--result-dir", options.resultDir,
+                 "A result directory: its context inherits the user-wide context");
+    command
+        .add_option("--steps", options.steps,
+                    "Switch steps on (+STEP or STEP) or off (-STEP), comma-separated, e.g. "
+                    "--steps=-system,+cache; steps: archive, high-priority, cache, absolute-name, "
+                    "around-binary, low-priority, system")
+        ->type_name("LIST")
+        ->allow_extra_args(false);
+    command
+        .add_option("--kernel-release", options.kernelRelease,
+                    "Kernel release of the recorded system (finds /boot/vmlinux-R and modules)")
+        ->type_name("R");
+    command.add_flag("--json", options.json, "Print a JSON array instead of the table");
+}
+
+bool makeSearchSettings(const SearchOptions& options, SearchSettings& settings,
+                        std::string& error) {
+    SearchSettings parsed;
+    parsed.searchDirs = FF_2_13::IEditableSearchDirContainer::create();
+    for (const std::string& value : options.searchDirs) {
+        std::string reason;
+        if (!FF_2_13::cmdline::parseSearchDirValue(value.c_str(), *parsed.searchDirs, reason)) {
+            error = "--search-dir '" + value + "': " + reason;
+            return false;
+        }
+    }
+    for (const std::string& value : options.steps) {
+        std::string reason;
+        if (!parseStepChanges(value, parsed.steps, reason)) {
+            error = "--steps: " + reason;
+            return false;
+        }
+    }
+    if (!options.configFile.empty())
+        parsed.configDirs =
+            FF_2_13::IPersistentSearchDirContainer::create(options.configFile.c_str());
+    parsed.archiveDir = options.archiveDir;
+    parsed.cacheDir = options.cacheDir;
+    parsed.resultDir = options.resultDir;
+    parsed.kernelRelease = options.kernelRelease;
+    settings = parsed;
+    return true;
+}
+
+}  // namespace ffcli

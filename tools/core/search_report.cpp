@@ -1,0 +1,137 @@
+#include "core/search_report.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+#include "core/step_names.h"
+#include "ff_utils.h"
+
+namespace ffcli {
+
+namespace {
+
+// Characters on the screen: UTF-8 continuation bytes take no column.
+std::size_t columns(const std::string& text) {
+    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) {
+        return (static_cast<unsigned char>(c) & 0xC0) != 0x80;
+    }));
+}
+
+nlohmann::ordered_json requestJson(const Request& request) {
+    nlohmann::ordered_json json = {{"kind", kindWord(request.kind)},
+                                   {"name", jsonName(request.name)}};
+    if (!request.binary.empty()) json["binary"] = jsonName(request.binary);
+    if (request.checksum) json["checksum"] = request.checksum->text();
+    if (request.modificationTime) json["modificationTime"] = *request.modificationTime;
+    if (request.size) json["size"] = *request.size;
+    return json;
+}
+
+nlohmann::ordered_json rejectionJson(const Rejection& rejection) {
+    return {{"path", jsonName(rejection.path)},
+            {"message", jsonName(rejection.message)},
+            {"severity", severityWord(rejection.severity)},
+            {"step", stepWord(rejection.step)}};
+}
+
+}  // namespace
+
+nlohmann::ordered_json jsonName(const std::string& name) {
+    using namespace FF_2_13::utils;
+    if (isWellFormedUtf8(name)) return name;
+    return {{kPercentEncodedMember, percentEncodeName(name)}};
+}
+
+std::string printable(const std::string& name) {
+    std::string out;
+    out.reserve(name.size());
+    for (char c : name) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte < 0x20 || byte == 0x7F) {
+            char escaped[5];
+            std::snprintf(escaped, sizeof escaped, "\\x%02x", byte);
+            out += escaped;
+        } else {
+            out += c;
+        }
+    }
+    return out;
+}
+
+nlohmann::ordered_json toJson(const std::vector<ResolveRow>& rows) {
+    nlohmann::ordered_json array = nlohmann::ordered_json::array();
+    for (const ResolveRow& row : rows) {
+        const Outcome& outcome = row.outcome;
+        nlohmann::ordered_json json = {{"request", requestJson(row.request)}};
+        if (outcome.found()) {
+            json["found"] = jsonName(outcome.path);
+            json["confidence"] = confidenceWord(outcome.confidence);
+            json["step"] = stepWord(outcome.step);
+        } else {
+            json["found"] = nullptr;
+            json["confidence"] = nullptr;
+            json["step"] = nullptr;
+        }
+        json["rejected"] = nlohmann::ordered_json::array();
+        for (const Rejection& rejection : outcome.rejected)
+            json["rejected"].push_back(rejectionJson(rejection));
+        if (!row.otherNames.empty()) {
+            json["otherNames"] = nlohmann::ordered_json::array();
+            for (const std::string& name : row.otherNames)
+                json["otherNames"].push_back(jsonName(name));
+        }
+        if (!outcome.error.empty()) json["error"] = jsonName(outcome.error);
+        array.push_back(std::move(json));
+    }
+    return array;
+}
+
+void writeTable(std::ostream& out, const std::vector<ResolveRow>& rows) {
+    using Line = std::array<std::string, 5>;
+    std::vector<Line> lines = {{"KIND", "NAME", "FOUND", "CONFIDENCE", "STEP"}};
+    for (const ResolveRow& row : rows) {
+        const Outcome& outcome = row.outcome;
+        if (outcome.found())
+            lines.push_back({kindWord(row.request.kind), printable(row.request.name),
+                             printable(outcome.path), confidenceWord(outcome.confidence),
+                             stepWord(outcome.step)});
+        else
+            lines.push_back({kindWord(row.request.kind), printable(row.request.name),
+                             outcome.error.empty() ? "not found" : "failed", "-", "-"});
+    }
+    std::array<std::size_t, 5> widths{};
+    for (const Line& line : lines)
+        for (std::size_t i = 0; i < widths.size(); ++i)
+            widths[i] = std::max(widths[i], columns(line[i]));
+
+    const std::string indent(widths[0] + 2, ' ');
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        std::string text;
+        for (std::size_t column = 0; column < widths.size(); ++column) {
+            text += lines[i][column];
+            if (column + 1 < widths.size())
+                text += std::string(widths[column] - columns(lines[i][column]) + 2, ' ');
+        }
+        text.erase(text.find_last_not_of(' ') + 1);
+        out << text << '\n';
+        if (i == 0) continue;
+        const ResolveRow& row = rows[i - 1];
+        // A module's symbol file stands under its binary's row, which names the binary.
+        const bool underItsBinary = i >= 2 && rows[i - 2].request.kind == RequestKind::kBinary &&
+                                    rows[i - 2].outcome.path == row.request.binary;
+        if (!row.request.binary.empty() && !underItsBinary &&
+            row.request.name != row.request.binary)
+            out << indent << "of binary " << printable(row.request.binary) << '\n';
+        for (const std::string& name : row.otherNames)
+            out << indent << "also tried " << printable(name) << '\n';
+        for (const Rejection& rejection : row.outcome.rejected)
+            out << indent << "rejected " << printable(rejection.path) << " ("
+                << stepWord(rejection.step) << ", " << severityWord(rejection.severity)
+                << "): " << printable(rejection.message) << '\n';
+        if (!row.outcome.error.empty())
+            out << indent << "error: " << printable(row.outcome.error) << '\n';
+    }
+}
+
+}  // namespace ffcli

@@ -1,0 +1,46 @@
+// File: search_report.h
+//
+// How the file-finder command shows its answers: an aligned table for people, or a JSON
+// array for programs, one element per row:
+//
+//   [ { "request": { "kind": "sym", "name": "libx.so.1.debug", "binary": "/usr/lib/libx.so.1",
+//                    "checksum": "md5:..." },
+//       "found": "/usr/lib/debug/usr/lib/libx.so.1.debug",   // null when not found
+//       "confidence": "accepted",                            // null when not found
+//       "step": "system",                                    // null when not found
+//       "rejected": [ { "path": "/usr/lib/libx.so.1.debug", "message": "...",
+//                       "severity": "hard", "step": "around-binary" } ],
+//       "otherNames": [ ... ],        // symbol files of a module: further names tried
+//       "error": "..." } ]            // only when the search itself failed
+//
+// "binary", "checksum", "modificationTime" and "size" stand in "request" only when
+// given. Names, paths and messages are written as the library writes names into JSON
+// ("Names in JSON" in ff_utils.h): strings when they are well-formed UTF-8, otherwise
+// {"percentEncoded": "..."}, so no name is ever altered. The table shows
+// control characters of names as \xHH escapes, so a hostile file name cannot drive the
+// terminal.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "core/resolver.h"
+
+namespace ffcli {
+
+/// KIND NAME FOUND CONFIDENCE STEP, one line per row, with the row's further names,
+/// rejected candidates and error indented under it.
+void writeTable(std::ostream& out, const std::vector<ResolveRow>& rows);
+
+/// The rows as the JSON array above.
+nlohmann::ordered_json toJson(const std::vector<ResolveRow>& rows);
+
+/// A name as JSON: a string when it is well-formed UTF-8, otherwise {"percentEncoded": ...}.
+nlohmann::ordered_json jsonName(const std::string& name);
+
+/// A name for a terminal: control characters (and DEL) as \xHH.
+std::string printable(const std::string& name);
+
+}  // namespace ffcli
