@@ -1,14 +1,11 @@
 // The found-files lazy iterator.
-#include <boost/filesystem/operations.hpp>
+#include "search/found_files_lazy_iterator.h"
 
 #include "QORAL_2_18/debug.h"
-#include "ff_checksum.h"
-#include "search/found_files_lazy_iterator.h"
-#include "ff_kernel_image.h"
 #include "base/log.h"
-#include "search/search_strategies.h"
 #include "ff_utils.h"
-#include "tarnbase2/tarnbase2.h"
+#include "search/kernel_image_cache.h"
+#include "search/search_strategies.h"
 
 namespace FF_2_13 {
 
@@ -16,7 +13,6 @@ namespace {
 
 constexpr char kLogSource[] = "file_finder2/src/ff_search";
 constexpr char kImplSource[] = "file_finder2/src/ff_search_impl";
-constexpr char kKernelImageCache[] = "vmlinux_cache";
 
 // The five marks have one width, so that the trace lines align.
 constexpr char kDoesNotExist[] = "*** DO__NOT__EXIST ";
@@ -109,12 +105,8 @@ bool FoundFilesLazyIterator::validateAndAdd(const char* fileName, unsigned int s
         FF_LOG_INFO(kLogSource, kDoesNotExist << fileName);
         return false;
     }
-    ObjectPtr<IValidatedFile> validated = m_validator.validateInternal(fileName, searchStep);
-    if (!validated->validFile() && utils::getFileNameOnly(fileName).compare(
-                                       0, std::char_traits<char>::length(VMLINUZ), VMLINUZ) == 0) {
-        validated = validateKernelImage(fileName, searchStep, validated);
-        if (!validated) return false;
-    }
+    ObjectPtr<IValidatedFile> validated = judge(fileName, searchStep);
+    if (!validated) return false;
 
     if (ObjectPtr<IValidFile> valid = validated->validFile()) {
         if (listsName(m_validFiles, valid->name())) {
@@ -136,33 +128,26 @@ bool FoundFilesLazyIterator::validateAndAdd(const char* fileName, unsigned int s
     return false;
 }
 
-// A compressed kernel image is no module to symbolise: unpack the kernel once per user
-// and per checksum into <user data>/vmlinux_cache/<md5>/vmlinux and judge that instead.
-//
-// The unpacked image is validated with the step that found the compressed one, so the
-// result says where the kernel came from and the confidence policy is asked about a real
-// step. (An unpacked image has no step of its own; a marker value such as 256 would
-// reach clients as a step that none of them knows.)
-ObjectPtr<IValidatedFile> FoundFilesLazyIterator::validateKernelImage(
-    const char* fileName, unsigned int searchStep, const ObjectPtr<IValidatedFile>& verdict) {
-    ObjectPtr<IChecksumCalculator> calculator = IChecksumCalculator::create();
-    if (!calculator) return ObjectPtr<IValidatedFile>();
-    ObjectPtr<IChecksum> checksum = calculator->calculateChecksum(fileName, ctMD5);
-    if (!checksum) return ObjectPtr<IValidatedFile>();
-
-    const char* userData = tarnbase2::IProductLocations::get()->userDataDir();
-    const std::string cacheRoot = utils::addSubPart(userData, kKernelImageCache);
-    const std::string imageDir = utils::addSubPart(cacheRoot.c_str(), checksum->value());
-    const std::string image = utils::addSubPart(imageDir.c_str(), VMLINUX);
-    if (!utils::fileExists(image.c_str())) {
-        boost::system::error_code ignored;  // a data directory that cannot be made shows below
-        boost::filesystem::create_directories(userData, ignored);
-        utils::createDir(cacheRoot.c_str());
-        utils::createDir(imageDir.c_str());
-        utils::extractVmlinux(fileName, image.c_str());
+ObjectPtr<IValidatedFile> FoundFilesLazyIterator::judge(const char* fileName,
+                                                        unsigned int searchStep) {
+    ObjectPtr<IValidatedFile> verdict = m_validator.validateInternal(fileName, searchStep);
+    if (verdict->validFile() || !KernelImageCache::isCompressedImage(fileName)) return verdict;
+    // The unpacked kernel is judged with the step that found the compressed image, so the
+    // result says where the kernel came from and the confidence policy is asked about a
+    // real step. (An unpacked image has no step of its own; a marker value would reach
+    // clients as a step that none of them knows.)
+    std::string image;
+    switch (KernelImageCache::unpack(fileName, image)) {
+        case KernelImageCache::Outcome::unpacked:
+            return m_validator.validateInternal(image.c_str(), searchStep);
+        case KernelImageCache::Outcome::notUnpacked:
+            return verdict;
+        case KernelImageCache::Outcome::unhashable:
+            break;
     }
-    if (!utils::fileExists(image.c_str())) return verdict;  // not a kernel image after all
-    return m_validator.validateInternal(image.c_str(), searchStep);
+    // A compressed image that cannot be hashed cannot be read: dropped like a candidate
+    // that does not exist.
+    return ObjectPtr<IValidatedFile>();
 }
 
 }  // namespace FF_2_13

@@ -9,7 +9,8 @@
 // validateAndAdd(candidate, step):
 //   1. a candidate that does not exist is dropped without a trace in the lists;
 //   2. the validator judges it; a rejected compressed kernel image ("vmlinuz...") is
-//      replaced by its unpacked "vmlinux", cached per user and per checksum;
+//      replaced by its unpacked "vmlinux" from the KernelImageCache, judged with the
+//      same step;
 //   3. a file already listed under the same canonical name is a duplicate;
 //   4. the rest is appended to the valid or the invalid list; only a new valid file
 //      answers true, which tells the producer to stop.
@@ -69,8 +70,9 @@ public:
 
 private:
     bool runStep(search_step_t step);
-    ObjectPtr<IValidatedFile> validateKernelImage(const char* fileName, unsigned int searchStep,
-                                                  const ObjectPtr<IValidatedFile>& verdict);
+    /// The validator's verdict on the candidate, or on the kernel it carries; empty when
+    /// the candidate is to be dropped without a trace.
+    ObjectPtr<IValidatedFile> judge(const char* fileName, unsigned int searchStep);
 
     IFileSearchStrategy& m_strategy;
     IValidatorInternal& m_validator;
