@@ -21,6 +21,18 @@ constexpr char kValidAdded[] = "*** VALID____ADDED ";
 constexpr char kInvalidDuplicate[] = "*** INVALID_DUBLIC ";
 constexpr char kInvalidAdded[] = "*** INVALID__ADDED ";
 
+// Each step's operation of the strategy.
+using StepOperation = bool (IFileSearchStrategy::*)(ISearchResultsContainer&);
+const std::pair<search_step_t, StepOperation> kStepOperations[] = {
+    {ssArchiveSearchDirs, &IFileSearchStrategy::findInArchiveDirs},
+    {ssHighPrioritySearchDirs, &IFileSearchStrategy::findInHighPriorityDirs},
+    {ssAbsoluteNameLookup, &IFileSearchStrategy::lookUpAbsoluteName},
+    {ssAroundBinaryLookup, &IFileSearchStrategy::lookUpAroundBinary},
+    {ssLowPrioritySearchDirs, &IFileSearchStrategy::findInLowPriorityDirs},
+    {ssSystemDirs, &IFileSearchStrategy::findInSystemDirs},
+    {ssCacheSearchDir, &IFileSearchStrategy::findInCacheDir},
+};
+
 template <class T>
 bool listsName(const std::list<ObjectPtr<T>>& files, const char* name) {
     for (const ObjectPtr<T>& file : files)
@@ -32,13 +44,13 @@ bool listsName(const std::list<ObjectPtr<T>>& files, const char* name) {
 
 FoundFilesLazyIterator::FoundFilesLazyIterator(IFileSearchStrategy& strategy,
                                                IValidatorInternal& validator,
-                                               unsigned long long stepsMask)
+                                               const ObjectPtr<ISearchStepsIterator>& steps)
     : m_strategy(strategy),
       m_validator(validator),
       m_validIterator(m_validFiles),
       m_invalidIterator(m_invalidFiles),
       m_current(m_validFiles.end()),
-      m_steps(strategy.getSearchStepsIterator(stepsMask)) {
+      m_steps(steps) {
     QORAL_ASSERT_AT(m_steps, "Null pointer", kImplSource);
 }
 
@@ -70,32 +82,13 @@ ObjectPtr<IValidFile> FoundFilesLazyIterator::next() {
 }
 
 bool FoundFilesLazyIterator::runStep(search_step_t step) {
-    // The step's own answer is not needed: what it found stands in the lists.
-    switch (step) {
-        case ssArchiveSearchDirs:
-            m_strategy.findInArchiveDirs(*this);
-            return true;
-        case ssHighPrioritySearchDirs:
-            m_strategy.findInHighPriorityDirs(*this);
-            return true;
-        case ssAbsoluteNameLookup:
-            m_strategy.lookUpAbsoluteName(*this);
-            return true;
-        case ssAroundBinaryLookup:
-            m_strategy.lookUpAroundBinary(*this);
-            return true;
-        case ssLowPrioritySearchDirs:
-            m_strategy.findInLowPriorityDirs(*this);
-            return true;
-        case ssSystemDirs:
-            m_strategy.findInSystemDirs(*this);
-            return true;
-        case ssCacheSearchDir:
-            m_strategy.findInCacheDir(*this);
-            return true;
-        default:
-            return false;
+    for (const auto& operation : kStepOperations) {
+        if (operation.first != step) continue;
+        // The step's own answer is not needed: what it found stands in the lists.
+        (m_strategy.*operation.second)(*this);
+        return true;
     }
+    return false;
 }
 
 bool FoundFilesLazyIterator::validateAndAdd(const char* fileName, unsigned int searchStep) {

@@ -21,8 +21,8 @@
 #include <list>
 
 #include "ff_callbacks.h"
-#include "search/search_interfaces.h"
 #include "ff_search_steps.h"
+#include "search/search_interfaces.h"
 #include "validation/validator.h"
 
 namespace FF_2_13 {
@@ -52,8 +52,9 @@ public:
         bool m_hasLast = false;
     };
 
+    /// `steps`: the enabled steps of the strategy's category, in search order.
     FoundFilesLazyIterator(IFileSearchStrategy& strategy, IValidatorInternal& validator,
-                           unsigned long long stepsMask);
+                           const ObjectPtr<ISearchStepsIterator>& steps);
     ~FoundFilesLazyIterator();
     FoundFilesLazyIterator(const FoundFilesLazyIterator&) = delete;
     FoundFilesLazyIterator& operator=(const FoundFilesLazyIterator&) = delete;

@@ -169,8 +169,8 @@ TEST_F(DefaultCallbacks, AnOwnCallbackThatAnswersFalseStopsTheHistoryLookup) {
         }
     }
     // The own callback sees the request's names as the search gave them.
-    EXPECT_EQ("lib||", own.calls.front());
-    EXPECT_EQ("lib|app|sum", own.calls.back());
+    EXPECT_EQ("bin lib||", own.calls.front());
+    EXPECT_EQ("src lib|app|sum", own.calls.back());
 }
 
 TEST_F(DefaultCallbacks, FilesFoundRemembersTheOwnChoiceElseTheNextValidFileFromOne) {

@@ -1,0 +1,61 @@
+// The dispatch of a request to the operation of its category of a client callback. Each
+// use names its three operations; call() is the one switch on the category.
+#include "search/search_request.h"
+
+namespace FF_2_13 {
+
+namespace {
+
+// The bin, sym and src operation of one callback event. The
+// bin one takes the file name, the other two the file name, binary and checksum; all
+// three then take the same further arguments.
+template <class Bin, class OfBinary>
+struct Operations {
+    Bin bin;
+    OfBinary sym;
+    OfBinary src;
+};
+template <class Bin, class OfBinary>
+Operations(Bin, OfBinary, OfBinary) -> Operations<Bin, OfBinary>;
+
+template <class Target, class Bin, class OfBinary, class... Rest>
+auto call(Target& target, const Operations<Bin, OfBinary>& operations, const SearchRequest& r,
+          Rest&... rest) {
+    switch (r.category) {
+        case scBinaryFiles:
+            return (target.*operations.bin)(r.fileName, rest...);
+        case scSymbolFiles:
+            return (target.*operations.sym)(r.fileName, r.binaryFile, r.checksum, rest...);
+        default:  // scSourceFiles: no request has another category
+            return (target.*operations.src)(r.fileName, r.binaryFile, r.checksum, rest...);
+    }
+}
+
+}  // namespace
+
+bool notifySearchStarted(ISearchStartedCallback& callback, const SearchRequest& request,
+                         IStringContainer& suggestions) {
+    constexpr Operations started{&ISearchStartedCallback::binFileSearchStarted,
+                                 &ISearchStartedCallback::symFileSearchStarted,
+                                 &ISearchStartedCallback::srcFileSearchStarted};
+    return call(callback, started, request, suggestions);
+}
+
+ObjectPtr<IValidFile> notifyFilesFound(IFilesFoundCallback& callback, const SearchRequest& request,
+                                       IValidFileIterator& valid) {
+    constexpr Operations found{&IFilesFoundCallback::binFilesFound,
+                               &IFilesFoundCallback::symFilesFound,
+                               &IFilesFoundCallback::srcFilesFound};
+    return call(callback, found, request, valid);
+}
+
+ObjectPtr<IValidFile> notifyNoFilesFound(INoFilesFoundCallback& callback,
+                                         const SearchRequest& request, IValidator& validator,
+                                         IInvalidFileIterator& invalid, IValidFileIterator& valid) {
+    constexpr Operations noneFound{&INoFilesFoundCallback::noBinFilesFound,
+                                   &INoFilesFoundCallback::noSymFilesFound,
+                                   &INoFilesFoundCallback::noSrcFilesFound};
+    return call(callback, noneFound, request, validator, invalid, valid);
+}
+
+}  // namespace FF_2_13
