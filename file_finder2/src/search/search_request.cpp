@@ -1,12 +1,14 @@
-// The dispatch of a request to the operation of its category of a client callback. Each
-// use names its three operations; call() is the one switch on the category.
+// The dispatch of a request to the operation of its category of a client callback or of
+// the search history (which may be the client's own implementation, so it is reached
+// through its interface too). Each use names its three operations; call() is the one
+// switch on the category.
 #include "search/search_request.h"
 
 namespace FF_2_13 {
 
 namespace {
 
-// The bin, sym and src operation of one callback event. The
+// The bin, sym and src operation of one callback event or one use of the history. The
 // bin one takes the file name, the other two the file name, binary and checksum; all
 // three then take the same further arguments.
 template <class Bin, class OfBinary>
@@ -56,6 +58,21 @@ ObjectPtr<IValidFile> notifyNoFilesFound(INoFilesFoundCallback& callback,
                                    &INoFilesFoundCallback::noSymFilesFound,
                                    &INoFilesFoundCallback::noSrcFilesFound};
     return call(callback, noneFound, request, validator, invalid, valid);
+}
+
+ObjectPtr<IFileAssociation> findAssociation(ISearchHistory& history, const SearchRequest& request) {
+    constexpr Operations find{&ISearchHistory::findBinFileAssociation,
+                              &ISearchHistory::findSymFileAssociation,
+                              &ISearchHistory::findSrcFileAssociation};
+    return call(history, find, request);
+}
+
+void addAssociation(ISearchHistory& history, const SearchRequest& request,
+                    const char* resolvedName) {
+    constexpr Operations add{&ISearchHistory::addBinFileAssociation,
+                             &ISearchHistory::addSymFileAssociation,
+                             &ISearchHistory::addSrcFileAssociation};
+    call(history, add, request, resolvedName);  // the new association is not needed
 }
 
 }  // namespace FF_2_13

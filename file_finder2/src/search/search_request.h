@@ -1,6 +1,6 @@
 // One search request as it travels from the front to the strategies and the client's
 // callbacks, and the one place where its category picks the bin, sym or src operation of
-// a client callback:
+// a client callback or of the search history:
 //
 //   const SearchRequest request{scSymbolFiles, "libx.so.debug", "/opt/libx.so", "9e10", ""};
 //   notifyFilesFound(callback, request, valid);  // callback.symFilesFound(name, binary, ...)
@@ -10,6 +10,7 @@
 #pragma once
 
 #include "ff_callbacks.h"
+#include "ff_history.h"
 #include "ff_types.h"
 
 namespace FF_2_13 {
@@ -28,6 +29,12 @@ struct SearchRequest {
     const char* remoteBinaryFile = nullptr;
 };
 
+/// The request's entry of a table in category order: bin, sym, src.
+template <class T>
+const T& ofCategory(const T (&byCategory)[3], const SearchRequest& request) {
+    return byCategory[request.category - scBinaryFiles];
+}
+
 /// The request's search-started operation of `callback`; its answer.
 bool notifySearchStarted(ISearchStartedCallback& callback, const SearchRequest& request,
                          IStringContainer& suggestions);
@@ -38,5 +45,11 @@ ObjectPtr<IValidFile> notifyFilesFound(IFilesFoundCallback& callback, const Sear
 ObjectPtr<IValidFile> notifyNoFilesFound(INoFilesFoundCallback& callback,
                                          const SearchRequest& request, IValidator& validator,
                                          IInvalidFileIterator& invalid, IValidFileIterator& valid);
+
+/// What `history` remembers for the request, or an empty pointer.
+ObjectPtr<IFileAssociation> findAssociation(ISearchHistory& history, const SearchRequest& request);
+/// Remembers `resolvedName` for the request in `history`.
+void addAssociation(ISearchHistory& history, const SearchRequest& request,
+                    const char* resolvedName);
 
 }  // namespace FF_2_13
