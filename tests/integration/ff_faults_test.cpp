@@ -52,7 +52,7 @@ TEST(Faults, ADirectoryThatVanishesAfterItWasListedIsSkipped) {
                 if (path.find(sub) == std::string::npos) fs::remove(tmp.path() + sub);
         return false;
     };
-    FilesFinder finder(ssLowPrioritySearchDirs, nullptr);
+    FilesFinder finder(ssLowPrioritySearchDirs);
     finder.addSearchDirectory((tmp / "tree").c_str(), true);
     EXPECT_FALSE(finder.find("x.so", results));
     EXPECT_EQ(3u, results.offers.size());  // tree/x.so twice, then the entered one's only
@@ -70,7 +70,7 @@ TEST(Faults, ADirectoryThatLocksUpMidScanRaisesTheFileSystemError) {
                       ::chmod(locked.c_str(), 0);
                       return false;
                   };
-                  FilesFinder finder(ssLowPrioritySearchDirs, nullptr);
+                  FilesFinder finder(ssLowPrioritySearchDirs);
                   finder.addSearchDirectory((tmp / "tree").c_str(), true);
                   try {
                       finder.find("x.so", results);

@@ -4,13 +4,13 @@
 #include <gtest/gtest.h>
 
 #include "callback_doubles.h"
-#include "search/file_search.h"
 #include "ff_kernel_image.h"
 #include "ff_searchdirs.h"
 #include "ff_searchenv.h"
 #include "ff_utils.h"
 #include "gzip.h"
 #include "log_capture.h"
+#include "search/file_search.h"
 #include "temp_dir.h"
 
 using namespace FF_2_13;
@@ -131,6 +131,8 @@ TEST_F(SearchTest, EachCategoryFindsItsFilesEndToEnd) {
     const std::string symbols = tmp.makeFile("app/bin/.debug/tool.debug");
     const std::string source = tmp.makeFile("src/tree/main.c");
     dirs->addDirectory(scSourceFiles, (tmp / "src").c_str(), true, false);
+    StartedCallback started;
+    env->setSearchStartedCallback(&started);
 
     ObjectPtr<IValidFile> bin = search()->findBinFile(binary.c_str(), nullptr, nullptr, 0);
     ASSERT_TRUE(bin);
@@ -145,6 +147,11 @@ TEST_F(SearchTest, EachCategoryFindsItsFilesEndToEnd) {
     ASSERT_TRUE(src);
     EXPECT_EQ(source, src->name());
     EXPECT_EQ(ssLowPrioritySearchDirs, src->searchStep());
+    // Each category reaches its own operation, with canonical names and "" for the
+    // checksum not given.
+    EXPECT_EQ((std::vector<std::string>{"bin " + binary + "||", "sym tool.debug|" + binary + "|",
+                                        "src /build/machine/tree/main.c|" + binary + "|"}),
+              started.calls);
 }
 
 TEST_F(SearchTest, VmlinuxFallsBackToTheImagesOfTheRecordedRelease) {

@@ -25,24 +25,25 @@ class StartedCallback : public FF_2_13::ISearchStartedCallback {
 public:
     ~StartedCallback() override { disconnectHolders(); }
     bool binFileSearchStarted(const char* f, IStringContainer& s) override {
-        return record(f, "", "", s);
+        return record("bin", f, "", "", s);
     }
     bool symFileSearchStarted(const char* f, const char* b, const char* c,
                               IStringContainer& s) override {
-        return record(f, b, c, s);
+        return record("sym", f, b, c, s);
     }
     bool srcFileSearchStarted(const char* f, const char* b, const char* c,
                               IStringContainer& s) override {
-        return record(f, b, c, s);
+        return record("src", f, b, c, s);
     }
     std::vector<std::string> names, calls;
     std::string suggestion;
     bool answer = true;
 
 private:
-    bool record(const char* f, const char* b, const char* c, IStringContainer& s) {
+    bool record(const char* kind, const char* f, const char* b, const char* c,
+                IStringContainer& s) {
         names.push_back(f);
-        calls.push_back(std::string(f) + "|" + b + "|" + c);
+        calls.push_back(std::string(kind) + " " + f + "|" + b + "|" + c);
         if (!suggestion.empty()) s.add(suggestion.c_str());
         return answer;
     }

@@ -529,7 +529,7 @@ TEST(BadInput, EveryEntryPointAnswersAsTheGoldenFileSays) {
 TEST(BadInput, TheFinderOffersOnlyTailsShortEnoughToOpen) {
     auto offers = [](const std::string& name) {
         fftest::RecordingResults results;
-        FilesFinder finder(ssHighPrioritySearchDirs, nullptr);
+        FilesFinder finder(ssHighPrioritySearchDirs);
         finder.addSearchDirectory("/d", false);
         finder.find(name.c_str(), results);
         return results.paths();

@@ -3,14 +3,14 @@
 // made, and combines the client's own callback for its event (optional) with the search
 // history, as its behaviour value says.
 //
-// The combining logic exists once per event (process*); a short-lived handler per event
-// and category carries the request's names and makes the category's calls:
+// Each category operation makes its SearchRequest and hands it to the event's one
+// combining operation, which reaches the own callback and the history through the
+// request's dispatch:
 //
 //   DefaultFilesFoundCallback::symFilesFound(name, binary, checksum, valid)
-//     -> SymFilesFoundHandler handler(history, own, name, binary, checksum)
-//     -> processFilesFound(handler, valid, behaviour)
-//          handler.callUserCallback(valid)  = own->symFilesFound(name, binary, checksum, valid)
-//          handler.updateHistory(chosen)    = history->addSymFileAssociation(..., chosen)
+//     -> answer({scSymbolFiles, name, binary, checksum}, valid)
+//          notifyFilesFound(*own, request, valid)   = own->symFilesFound(name, binary, ...)
+//          addAssociation(*history, request, chosen) = history->addSymFileAssociation(...)
 //
 // The own callback and the behaviour are set by the search manipulator; they are atomic,
 // so setting them while searches run is no data race, but a search already in a callback
@@ -24,62 +24,16 @@
 #include "ff_context.h"
 #include "ff_history.h"
 #include "ff_manipulator.h"
+#include "search/search_request.h"
 
 namespace FF_2_13 {
-
-/// The calls of one search-started request: the own callback and the history lookup.
-class ISearchStartedHandler {
-public:
-    /// The own callback's answer; true without an own callback.
-    virtual bool callUserCallback(IStringContainer& strings) = 0;
-    virtual ObjectPtr<IFileAssociation> lookupHistory() = 0;
-
-protected:
-    ~ISearchStartedHandler() = default;
-};
-
-/// The calls of one files-found request.
-class IFilesFoundHandler {
-public:
-    /// The own callback's choice; empty without an own callback.
-    virtual ObjectPtr<IValidFile> callUserCallback(IValidFileIterator& valid) = 0;
-    /// Remembers `resolvedName` (null: as "") for the request.
-    virtual void updateHistory(const char* resolvedName) = 0;
-
-protected:
-    ~IFilesFoundHandler() = default;
-};
-
-/// The calls of one no-files-found request.
-class INoFilesFoundHandler {
-public:
-    /// The own callback's result; empty without an own callback.
-    virtual ObjectPtr<IValidFile> callUserCallback() = 0;
-    virtual void updateHistory(const char* resolvedName) = 0;
-
-protected:
-    ~INoFilesFoundHandler() = default;
-};
-
-/// 0: the own callback's answer. Otherwise, when that answer is true and the history
-/// remembers the request, the remembered name (also "") is added to `strings` and the
-/// answer is true for 1, false for any other value.
-bool processSearchStarted(ISearchStartedHandler& handler, IStringContainer& strings,
-                          search_started_behavior_t behavior);
-/// 0: the own callback's choice. Otherwise the own choice, else valid.next(), is
-/// remembered and returned (empty, remembering nothing, when both are empty).
-ObjectPtr<IValidFile> processFilesFound(IFilesFoundHandler& handler, IValidFileIterator& valid,
-                                        files_found_behavior_t behavior);
-/// 0 and 1: the own callback's result. Otherwise that result is remembered (no result as
-/// "") and returned.
-ObjectPtr<IValidFile> processNoFilesFound(INoFilesFoundHandler& handler,
-                                          no_files_found_behavior_t behavior);
 
 /// What the three default callbacks share: the history, the manager and context they are
 /// registered with, the client id, the own callback and the behaviour. Counted through
 /// RefCountImpl<IFFObject>; the manipulator holds them by ObjectPtr, the context's
-/// metadata weakly.
-template <class Callback, class Behavior>
+/// metadata weakly. `Register` is the manager's operation that registers a `Callback`.
+template <class Callback, class Behavior,
+          void (IResolutionContextMgr::*Register)(IResolutionContext&, const char*, Callback*)>
 class DefaultCallback : public Callback, public RefCountImpl<IFFObject> {
 public:
     /// Null: no own callback. Borrowed, not counted.
@@ -91,7 +45,6 @@ public:
     const ObjectPtr<IResolutionContext>& context() const { return m_context; }
 
 protected:
-    /// A null client id is kept as "", the default client id.
     DefaultCallback(const ObjectPtr<ISearchHistory>& history,
                     const ObjectPtr<IResolutionContextMgr>& mgr,
                     const ObjectPtr<IResolutionContext>& context, const char* clientId)
@@ -102,6 +55,9 @@ protected:
           m_ownCallback(nullptr),
           m_behavior(static_cast<Behavior>(0)) {}
 
+    /// Registers this callback with the manager for its context and client id.
+    void registerWithManager() { (m_mgr.get()->*Register)(*m_context, m_clientId.c_str(), this); }
+
     ObjectPtr<ISearchHistory> m_history;
     ObjectPtr<IResolutionContextMgr> m_mgr;
     ObjectPtr<IResolutionContext> m_context;
@@ -111,56 +67,103 @@ protected:
 };
 
 class DefaultSearchStartedCallback
-    : public DefaultCallback<ISearchStartedCallback, search_started_behavior_t> {
+    : public DefaultCallback<ISearchStartedCallback, search_started_behavior_t,
+                             &IResolutionContextMgr::registerSearchStartedCallback> {
 public:
-    /// Registers itself with `mgr` for `context` and the client id.
-    DefaultSearchStartedCallback(const ObjectPtr<ISearchHistory>& history,
-                                 const ObjectPtr<IResolutionContextMgr>& mgr,
-                                 const ObjectPtr<IResolutionContext>& context,
-                                 const char* clientId);
-    ~DefaultSearchStartedCallback() override;
-
-    bool binFileSearchStarted(const char* fileName, IStringContainer& strings) override;
+    bool binFileSearchStarted(const char* fileName, IStringContainer& strings) override {
+        return answer({scBinaryFiles, fileName}, strings);
+    }
     bool symFileSearchStarted(const char* fileName, const char* binaryFile, const char* checksum,
-                              IStringContainer& strings) override;
+                              IStringContainer& strings) override {
+        return answer({scSymbolFiles, fileName, binaryFile, checksum}, strings);
+    }
     bool srcFileSearchStarted(const char* fileName, const char* binaryFile, const char* checksum,
-                              IStringContainer& strings) override;
+                              IStringContainer& strings) override {
+        return answer({scSourceFiles, fileName, binaryFile, checksum}, strings);
+    }
+
+protected:
+    using DefaultCallback::DefaultCallback;
+
+private:
+    /// 0: the own callback's answer (true without one). Otherwise, when that answer is
+    /// true and the history remembers the request, the remembered name (also "") is
+    /// added to `strings` and the answer is true for 1, false for any other value.
+    bool answer(const SearchRequest& request, IStringContainer& strings);
 };
 
 class DefaultFilesFoundCallback
-    : public DefaultCallback<IFilesFoundCallback, files_found_behavior_t> {
+    : public DefaultCallback<IFilesFoundCallback, files_found_behavior_t,
+                             &IResolutionContextMgr::registerFilesFoundCallback> {
 public:
-    DefaultFilesFoundCallback(const ObjectPtr<ISearchHistory>& history,
-                              const ObjectPtr<IResolutionContextMgr>& mgr,
-                              const ObjectPtr<IResolutionContext>& context, const char* clientId);
-    ~DefaultFilesFoundCallback() override;
-
-    ObjectPtr<IValidFile> binFilesFound(const char* fileName, IValidFileIterator& valid) override;
+    ObjectPtr<IValidFile> binFilesFound(const char* fileName, IValidFileIterator& valid) override {
+        return answer({scBinaryFiles, fileName}, valid);
+    }
     ObjectPtr<IValidFile> symFilesFound(const char* fileName, const char* binaryFile,
-                                        const char* checksum, IValidFileIterator& valid) override;
+                                        const char* checksum, IValidFileIterator& valid) override {
+        return answer({scSymbolFiles, fileName, binaryFile, checksum}, valid);
+    }
     ObjectPtr<IValidFile> srcFilesFound(const char* fileName, const char* binaryFile,
-                                        const char* checksum, IValidFileIterator& valid) override;
+                                        const char* checksum, IValidFileIterator& valid) override {
+        return answer({scSourceFiles, fileName, binaryFile, checksum}, valid);
+    }
+
+protected:
+    using DefaultCallback::DefaultCallback;
+
+private:
+    /// 0: the own callback's choice. Otherwise the own choice, else valid.next(), is
+    /// remembered and returned (empty, remembering nothing, when both are empty).
+    ObjectPtr<IValidFile> answer(const SearchRequest& request, IValidFileIterator& valid);
 };
 
 class DefaultNoFilesFoundCallback
-    : public DefaultCallback<INoFilesFoundCallback, no_files_found_behavior_t> {
+    : public DefaultCallback<INoFilesFoundCallback, no_files_found_behavior_t,
+                             &IResolutionContextMgr::registerNoFilesFoundCallback> {
 public:
-    DefaultNoFilesFoundCallback(const ObjectPtr<ISearchHistory>& history,
-                                const ObjectPtr<IResolutionContextMgr>& mgr,
-                                const ObjectPtr<IResolutionContext>& context, const char* clientId);
-    ~DefaultNoFilesFoundCallback() override;
-
     ObjectPtr<IValidFile> noBinFilesFound(const char* fileName, IValidator& validator,
                                           IInvalidFileIterator& invalid,
-                                          IValidFileIterator& valid) override;
+                                          IValidFileIterator& valid) override {
+        return answer({scBinaryFiles, fileName}, validator, invalid, valid);
+    }
     ObjectPtr<IValidFile> noSymFilesFound(const char* fileName, const char* binaryFile,
                                           const char* checksum, IValidator& validator,
                                           IInvalidFileIterator& invalid,
-                                          IValidFileIterator& valid) override;
+                                          IValidFileIterator& valid) override {
+        return answer({scSymbolFiles, fileName, binaryFile, checksum}, validator, invalid, valid);
+    }
     ObjectPtr<IValidFile> noSrcFilesFound(const char* fileName, const char* binaryFile,
                                           const char* checksum, IValidator& validator,
                                           IInvalidFileIterator& invalid,
-                                          IValidFileIterator& valid) override;
+                                          IValidFileIterator& valid) override {
+        return answer({scSourceFiles, fileName, binaryFile, checksum}, validator, invalid, valid);
+    }
+
+protected:
+    using DefaultCallback::DefaultCallback;
+
+private:
+    /// 0 and 1: the own callback's result. Otherwise that result is remembered (no result
+    /// as "") and returned.
+    ObjectPtr<IValidFile> answer(const SearchRequest& request, IValidator& validator,
+                                 IInvalidFileIterator& invalid, IValidFileIterator& valid);
+};
+
+/// A default callback as it is made: `Event` (one of the three above), registered with
+/// the manager for its context and client id once it is whole, so that no search can
+/// reach it half built, and disconnected from its holders first thing when destroyed, so
+/// that no search is still inside it while it is taken apart.
+template <class Event>
+class Registered final : public Event {
+public:
+    /// A null client id is kept as "", the default client id.
+    Registered(const ObjectPtr<ISearchHistory>& history,
+               const ObjectPtr<IResolutionContextMgr>& mgr,
+               const ObjectPtr<IResolutionContext>& context, const char* clientId)
+        : Event(history, mgr, context, clientId) {
+        this->registerWithManager();
+    }
+    ~Registered() override { this->disconnectHolders(); }
 };
 
 }  // namespace FF_2_13

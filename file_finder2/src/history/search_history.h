@@ -1,5 +1,5 @@
-// The search history's concrete classes: the three maps behind ISearchHistory and the
-// immutable associations they hold.
+// The search history's concrete classes: the one map behind ISearchHistory, keyed on the
+// category and the names of a request, and the immutable associations it holds.
 #pragma once
 
 #include <map>
@@ -8,31 +8,35 @@
 
 #include "ff_history.h"
 #include "ff_lock.h"
+#include "search/search_request.h"
 
 namespace FF_2_13 {
 
 class FileAssociation : public RefCountImpl<IFileAssociation> {
-  public:
+public:
     /// A null name is kept as "": a search remembered as failed.
     explicit FileAssociation(const char* resolvedName)
         : m_resolvedName(resolvedName ? resolvedName : "") {}
     const char* resolvedName() const override { return m_resolvedName.c_str(); }
 
-  private:
+private:
     const std::string m_resolvedName;
 };
 
 class SearchHistory : public RefCountImpl<ISearchHistory> {
-  public:
-    /// The names of one request. Binary requests leave binaryFile and checksum empty.
+public:
+    /// The category and names of one request. Binary requests leave binaryFile and
+    /// checksum empty.
     struct AssociationKey {
         /// Null names are stored as "", so a null and an empty name are one key.
-        AssociationKey(const char* fileName, const char* binaryFile, const char* checksum);
+        explicit AssociationKey(const SearchRequest& request);
 
-        /// Lexicographic over fileName, binaryFile, checksum, each compared as plain
-        /// std::string (bytes, case-sensitive, shorter first on a common prefix).
+        /// Lexicographic over category, fileName, binaryFile, checksum, the names each
+        /// compared as plain std::string (bytes, case-sensitive, shorter first on a
+        /// common prefix).
         bool operator<(const AssociationKey& other) const;
 
+        search_category_t category;
         std::string fileName;
         std::string binaryFile;
         std::string checksum;
@@ -44,7 +48,7 @@ class SearchHistory : public RefCountImpl<ISearchHistory> {
         std::string resolvedName;
     };
 
-    /// Copies of the three maps, in key order.
+    /// Copies of the associations of each category, in key order.
     struct Snapshot {
         std::vector<Entry> binaries;
         std::vector<Entry> symbols;
@@ -66,21 +70,18 @@ class SearchHistory : public RefCountImpl<ISearchHistory> {
     ObjectPtr<IFileAssociation> findSrcFileAssociation(const char* fileName, const char* binaryFile,
                                                        const char* checksum) override;
 
-    /// All three maps, copied at one moment under the shared lock.
+    /// Every association, copied at one moment under the shared lock.
     Snapshot snapshot() const;
 
-  private:
+private:
     using AssociationMap = std::map<AssociationKey, ObjectPtr<IFileAssociation>>;
 
-    ObjectPtr<IFileAssociation> putAssociation(AssociationMap& map, const AssociationKey& key,
+    ObjectPtr<IFileAssociation> putAssociation(const SearchRequest& request,
                                                const char* resolvedName);
-    ObjectPtr<IFileAssociation> findAssociation(const AssociationMap& map,
-                                                const AssociationKey& key) const;
+    ObjectPtr<IFileAssociation> findAssociation(const SearchRequest& request) const;
 
-    AssociationMap m_binAssociations;
-    AssociationMap m_symAssociations;
-    AssociationMap m_srcAssociations;
-    // Guards the three maps: shared for lookups and snapshots, exclusive for changes.
+    AssociationMap m_associations;
+    // Guards the map: shared for lookups and snapshots, exclusive for changes.
     mutable FFSpinSharedLock m_lock;
 };
 

@@ -49,8 +49,8 @@ ObjectPtr<Callback> SearchManipulator::defaultCallback(CallbackMap<Callback>& ca
     const std::string id = clientId;  // a null client id throws std::logic_error here
     auto it = callbacks.find(id);
     if (it != callbacks.end()) return it->second;
-    // The constructor registers the callback with the manager for the context and id.
-    ObjectPtr<Callback> made(new Callback(m_history, m_mgr, m_context, id.c_str()));
+    // Made, it is registered with the manager for the context and id.
+    ObjectPtr<Callback> made(new Registered<Callback>(m_history, m_mgr, m_context, id.c_str()));
     callbacks.emplace(id, made);
     return made;
 }

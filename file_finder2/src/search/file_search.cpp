@@ -1,14 +1,15 @@
 // The search front.
+#include "search/file_search.h"
+
 #include <boost/filesystem/operations.hpp>
 
-#include "search/file_search.h"
-#include "search/found_files_lazy_iterator.h"
-#include "ff_kernel_image.h"
 #include "base/log.h"
-#include "config/search_steps_configurator.h"
-#include "search/search_strategies.h"
 #include "base/string_container.h"
+#include "config/search_steps_configurator.h"
+#include "ff_kernel_image.h"
 #include "ff_utils.h"
+#include "search/found_files_lazy_iterator.h"
+#include "search/search_strategies.h"
 
 namespace FF_2_13 {
 
@@ -20,18 +21,19 @@ const char* nameOrNull(const ObjectPtr<IValidFile>& file) {
     return file ? file->name() : "NULL";
 }
 
+// The environment's steps configurator decides which steps run; without one, the default
+// steps.
+ObjectPtr<ISearchStepsIterator> searchSteps(ISearchEnv& env, search_category_t category,
+                                            unsigned long long stepsMask) {
+    ObjectPtr<ISearchStepsConfigurator> configurator = env.searchStepsConfigurator();
+    if (!configurator) configurator = ISearchStepsConfigurator::create();
+    return configurator->getSearchStepsIterator(category, stepsMask);
+}
+
 }  // namespace
 
 ObjectPtr<IFileSearch> IFileSearch::create(const ObjectPtr<ISearchEnv>& env) {
     return ObjectPtr<IFileSearch>(new FileSearch(env));
-}
-
-unsigned int ConfidenceLevelPolicyWrapper::getConfidenceLevel(search_category_t category,
-                                                              unsigned int value) {
-    if (!m_env) return 0;
-    CallbackAccessor<IConfidenceLevelPolicyCallback> policy(m_env->confidenceLevelPolicyCallback());
-    if (!policy) return 0;
-    return policy->getConfidenceLevel(category, value);
 }
 
 FileSearch::FileSearch(const ObjectPtr<ISearchEnv>& env)
@@ -82,11 +84,10 @@ ObjectPtr<IValidFile> FileSearch::internalFindBinFile(const char* fileName,
                                                       const char* suggestedFile,
                                                       unsigned long long stepsMask) {
     FF_LOG_INFO(kLogSource, "Searching bin file:" << fileName);
-    Validator validator(validatorCallback, m_confidencePolicy, scBinaryFiles, fileName,
-                        m_pSearchEnv->fileRetriever());
     const std::string name = utils::getCanonicalName(fileName, false);
-    BinFileSearchStrategy strategy(m_pSearchEnv.get(), name.c_str(), m_tempDir, validator);
-    return findFile(strategy, validator, suggestedFile, stepsMask);
+    const SearchRequest request{scBinaryFiles, name.c_str()};
+    BinFileSearchStrategy strategy(m_pSearchEnv.get(), request, m_tempDir);
+    return findFile(request, fileName, strategy, validatorCallback, suggestedFile, stepsMask);
 }
 
 ObjectPtr<IValidFile> FileSearch::findSymFile(const char* symFile, const char* binaryFile,
@@ -100,16 +101,8 @@ ObjectPtr<IValidFile> FileSearch::findSymFile(const char* symFile, const char* b
                    "virtual ObjectPtr<IValidFile> FileSearch::findSymFile(const char*, const "
                    "char*, const char*, IValidatorCallback*, const char*, "
                    "ISymSrvDownloadProgressCallback*, const char*)");
-    if (utils::isStringEmpty(symFile) || !m_pSearchEnv) return ObjectPtr<IValidFile>();
-    const std::string name = utils::getCanonicalName(symFile, false);
-    const std::string binary = utils::getCanonicalName(binaryFile, false);
-    FF_LOG_INFO(kLogSource, "Searching sym file:" << name << ", binary file:" << binary
-                                                  << ", checksum:" << (checksum ? checksum : ""));
-    Validator validator(validatorCallback, m_confidencePolicy, scSymbolFiles, symFile,
-                        m_pSearchEnv->fileRetriever());
-    SymFileSearchStrategy strategy(m_pSearchEnv.get(), name.c_str(), m_tempDir, binary.c_str(),
-                                   checksum, remoteBinaryFile, validator);
-    return findFile(strategy, validator, suggestedFile, 0);
+    return findFileOfBinary(scSymbolFiles, symFile, binaryFile, checksum, remoteBinaryFile,
+                            validatorCallback, suggestedFile);
 }
 
 ObjectPtr<IValidFile> FileSearch::findSrcFile(const char* srcFile, const char* binaryFile,
@@ -119,36 +112,56 @@ ObjectPtr<IValidFile> FileSearch::findSrcFile(const char* srcFile, const char* b
     FF_TRACE_SCOPE(kLogSource,
                    "virtual ObjectPtr<IValidFile> FileSearch::findSrcFile(const char*, const "
                    "char*, const char*, IValidatorCallback*, const char*)");
-    if (utils::isStringEmpty(srcFile) || !m_pSearchEnv) return ObjectPtr<IValidFile>();
-    const std::string name = utils::getCanonicalName(srcFile, false);
-    const std::string binary = utils::getCanonicalName(binaryFile, false);
-    FF_LOG_INFO(kLogSource, "Searching src file:" << name << ", binary file:" << binary
-                                                  << ", checksum:" << (checksum ? checksum : ""));
-    Validator validator(validatorCallback, m_confidencePolicy, scSourceFiles, srcFile,
-                        m_pSearchEnv->fileRetriever());
-    SrcFileSearchStrategy strategy(m_pSearchEnv.get(), name.c_str(), binary.c_str(), checksum,
-                                   validator);
-    return findFile(strategy, validator, suggestedFile, 0);
+    return findFileOfBinary(scSourceFiles, srcFile, binaryFile, checksum, nullptr,
+                            validatorCallback, suggestedFile);
 }
 
-ObjectPtr<IValidFile> FileSearch::findFile(IFileSearchStrategy& strategy,
-                                           IValidatorInternal& validator, const char* suggestedFile,
+ObjectPtr<IValidFile> FileSearch::findFileOfBinary(search_category_t category, const char* fileName,
+                                                   const char* binaryFile, const char* checksum,
+                                                   const char* remoteBinaryFile,
+                                                   IValidatorCallback* validatorCallback,
+                                                   const char* suggestedFile) {
+    if (utils::isStringEmpty(fileName) || !m_pSearchEnv) return ObjectPtr<IValidFile>();
+    const std::string name = utils::getCanonicalName(fileName, false);
+    const std::string binary = utils::getCanonicalName(binaryFile, false);
+    const SearchRequest request{category, name.c_str(), binary.c_str(), checksum ? checksum : "",
+                                remoteBinaryFile ? remoteBinaryFile : ""};
+    FF_LOG_INFO(kLogSource, "Searching " << (category == scSymbolFiles ? "sym" : "src")
+                                         << " file:" << name << ", binary file:" << binary
+                                         << ", checksum:" << request.checksum);
+    // Only findBinFile takes a step mask: the configurator is given 0 for these.
+    if (category == scSymbolFiles) {
+        SymFileSearchStrategy strategy(m_pSearchEnv.get(), request, m_tempDir);
+        return findFile(request, fileName, strategy, validatorCallback, suggestedFile, 0);
+    }
+    SrcFileSearchStrategy strategy(m_pSearchEnv.get(), request);
+    return findFile(request, fileName, strategy, validatorCallback, suggestedFile, 0);
+}
+
+ObjectPtr<IValidFile> FileSearch::findFile(const SearchRequest& request, const char* requestedName,
+                                           IFileSearchStrategy& strategy,
+                                           IValidatorCallback* validatorCallback,
+                                           const char* suggestedFile,
                                            unsigned long long stepsMask) {
+    // The trace keeps the text the protocol has always been traced under.
     FF_TRACE_SCOPE(kLogSource,
                    "ObjectPtr<IValidFile> FileSearch::findFile(IFileSearchStrategy&, "
                    "IValidatorInternal&, const char*, unsigned long long)");
+    Validator validator(validatorCallback, m_confidencePolicy, request.category, requestedName,
+                        m_pSearchEnv->fileRetriever());
     StringContainer suggestions;
     if (suggestedFile) suggestions.add(suggestedFile);
 
     bool goOn = true;
     {
         CallbackAccessor<ISearchStartedCallback> started(m_pSearchEnv->searchStartedCallback());
-        if (started) goOn = strategy.callSearchStarted(*started.get(), suggestions);
+        if (started) goOn = notifySearchStarted(*started.get(), request, suggestions);
     }
     FF_LOG_INFO(kLogSource, "Suggested resolutions after callback: suggestedResolutions: "
                                 << dump(suggestions));
 
-    FoundFilesLazyIterator found(strategy, validator, stepsMask);
+    FoundFilesLazyIterator found(strategy, validator,
+                                 searchSteps(*m_pSearchEnv, request.category, stepsMask));
     found.reset();
     for (size_t i = 0; i < suggestions.size(); ++i)
         found.validateAndAdd(suggestions.get(i), ssAskUser);
@@ -169,7 +182,7 @@ ObjectPtr<IValidFile> FileSearch::findFile(IFileSearchStrategy& strategy,
                 return first;
             }
             found.reset();
-            ObjectPtr<IValidFile> chosen = strategy.callFilesFound(*filesFound.get(), found);
+            ObjectPtr<IValidFile> chosen = notifyFilesFound(*filesFound.get(), request, found);
             FF_LOG_INFO(kLogSource, "Returning the result = " << nameOrNull(chosen)
                                                               << " after pFilesFoundCallback");
             return chosen;
@@ -186,8 +199,9 @@ ObjectPtr<IValidFile> FileSearch::findFile(IFileSearchStrategy& strategy,
         // on stays that way.
         found.currentlyFoundValid().reset();
         found.currentlyFoundInvalid().reset();
-        ObjectPtr<IValidFile> supplied = strategy.callNoFilesFound(
-            *noFilesFound.get(), found.currentlyFoundInvalid(), found.currentlyFoundValid());
+        ObjectPtr<IValidFile> supplied =
+            notifyNoFilesFound(*noFilesFound.get(), request, validator,
+                               found.currentlyFoundInvalid(), found.currentlyFoundValid());
         if (supplied)
             FF_LOG_INFO(kLogSource, "Returning the result = " << supplied->name()
                                                               << " after pNoFilesFoundCallback");

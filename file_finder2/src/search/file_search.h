@@ -1,6 +1,7 @@
 // The search front: one FileSearch per search environment answers binary, symbol-file
-// and source-file requests. Each request builds, on its own stack, a validator, the
-// category's strategy and a lazy iterator, and runs the protocol of findFile:
+// and source-file requests. Each request is made once, as a SearchRequest, and builds on
+// its own stack the category's strategy, a validator and a lazy iterator; findFile runs
+// the protocol, reaching the client's callbacks through the request:
 //   1. the search-started callback may add suggestions and may stop the search;
 //   2. suggestions are validated first (as step ssAskUser);
 //   3. the steps run lazily until a first valid file exists;
@@ -12,27 +13,14 @@
 
 #include <string>
 
-#include "ff_callbacks.h"
 #include "ff_search.h"
 #include "ff_searchenv.h"
-#include "validation/validator.h"
+#include "search/search_request.h"
+#include "validation/confidence_level_policy_wrapper.h"
 
 namespace FF_2_13 {
 
 class IFileSearchStrategy;
-
-/// Hands the validator the environment's confidence-level policy, called under its
-/// holder's lock, so a client may replace or remove its policy while searches run.
-/// Without a policy every undecided file is accepted with confidence 1.
-class ConfidenceLevelPolicyWrapper : public IConfidenceLevelPolicyCallback {
-public:
-    explicit ConfidenceLevelPolicyWrapper(const ObjectPtr<ISearchEnv>& env) : m_env(env) {}
-    ~ConfidenceLevelPolicyWrapper() override { disconnectHolders(); }
-    unsigned int getConfidenceLevel(search_category_t category, unsigned int value) override;
-
-private:
-    const ObjectPtr<ISearchEnv>& m_env;
-};
 
 class FileSearch : public RefCountImpl<IFileSearch> {
 public:
@@ -59,8 +47,19 @@ private:
                                               IValidatorCallback* validatorCallback,
                                               const char* suggestedFile,
                                               unsigned long long stepsMask);
-    ObjectPtr<IValidFile> findFile(IFileSearchStrategy& strategy, IValidatorInternal& validator,
-                                   const char* suggestedFile, unsigned long long stepsMask);
+    /// A symbol or source file of a binary: `category` says which.
+    ObjectPtr<IValidFile> findFileOfBinary(search_category_t category, const char* fileName,
+                                           const char* binaryFile, const char* checksum,
+                                           const char* remoteBinaryFile,
+                                           IValidatorCallback* validatorCallback,
+                                           const char* suggestedFile);
+    /// The search protocol. `requestedName`: the name as the client gave it, which the
+    /// validator needs for the remote checksum; `stepsMask` goes to the steps
+    /// configurator as it is.
+    ObjectPtr<IValidFile> findFile(const SearchRequest& request, const char* requestedName,
+                                   IFileSearchStrategy& strategy,
+                                   IValidatorCallback* validatorCallback, const char* suggestedFile,
+                                   unsigned long long stepsMask);
 
     ObjectPtr<ISearchEnv> m_pSearchEnv;
     ConfidenceLevelPolicyWrapper m_confidencePolicy;

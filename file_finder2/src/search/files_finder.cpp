@@ -1,11 +1,9 @@
 // The directory finder.
 //
 // find(name) walks the search directories in the order they were added. For each one:
-//   1. the owner's callback, when there is one, may search the directory itself (true:
-//      stop everything) or tell the finder to skip it;
-//   2. findIteratively offers the name and its shorter tails under the directory:
+//   1. findIteratively offers the name and its shorter tails under the directory:
 //      "/d" + "a/b/c.so" -> /d/a/b/c.so, /d/b/c.so, /d/c.so;
-//   3. for a recursive directory, the loop guard is emptied and findRecursively offers
+//   2. for a recursive directory, the loop guard is emptied and findRecursively offers
 //      the bare file name in the directory and in every directory below it:
 //      "/d" + "c.so" -> /d/c.so, /d/x/c.so, /d/x/y/c.so.
 // Every candidate goes to the results container, which validates it; the first true
@@ -53,13 +51,13 @@ constexpr std::uint32_t kSearchableByAll = 0111;
 
 // Closes the finder's one listing when a directory's turn is over, however it ends.
 class ListingCloser {
-  public:
+public:
     explicit ListingCloser(posix::DirectoryListing& listing) : m_listing(listing) {}
     ~ListingCloser() { m_listing.close(); }
     ListingCloser(const ListingCloser&) = delete;
     ListingCloser& operator=(const ListingCloser&) = delete;
 
-  private:
+private:
     posix::DirectoryListing& m_listing;
 };
 
@@ -90,8 +88,7 @@ size_t firstOpenableTail(const std::vector<fs::path>& elements) {
 
 }  // namespace
 
-FilesFinder::FilesFinder(unsigned int searchStep, ISearchDirectoryFindCallback* callback) noexcept
-    : m_searchStep(searchStep), m_callback(callback) {}
+FilesFinder::FilesFinder(unsigned int searchStep) noexcept : m_searchStep(searchStep) {}
 
 FilesFinder::~FilesFinder() = default;
 
@@ -102,11 +99,6 @@ void FilesFinder::addSearchDirectory(const char* name, bool recursive) {
 bool FilesFinder::find(const char* fileName, ISearchResultsContainer& results) {
     const std::string name(fileName);
     for (const search_dir& dir : m_dirs) {
-        if (m_callback) {
-            bool skip = false;
-            if (m_callback->find(dir.name, dir.recursive, name, results, skip)) return true;
-            if (skip) continue;
-        }
         if (findIteratively(dir.name, name, results)) return true;
         if (dir.recursive) {
             // Each recursive directory is a scan of its own: a directory entered by an

@@ -2,7 +2,7 @@
 // stream of candidate paths for a results container, which validates them and says when
 // to stop.
 //
-//   FilesFinder finder(ssSystemDirs, nullptr);
+//   FilesFinder finder(ssSystemDirs);
 //   finder.addSearchDirectory("/usr/lib", false);
 //   finder.addSearchDirectory("/opt/debug", true);
 //   finder.find("x86_64/libm.so.6", iterator);   // iterator: an ISearchResultsContainer
@@ -22,14 +22,14 @@
 namespace FF_2_13 {
 
 class FilesFinder : public ISearchDirectoryContainer {
-  public:
+public:
     struct search_dir {
         std::string name;  // exactly as added
         bool recursive;
     };
 
-    /// `searchStep` tags every candidate; `callback` may be null and is not owned.
-    FilesFinder(unsigned int searchStep, ISearchDirectoryFindCallback* callback) noexcept;
+    /// `searchStep` tags every candidate.
+    explicit FilesFinder(unsigned int searchStep) noexcept;
     /// Not virtual: a finder is always destroyed as its concrete type.
     ~FilesFinder();
     FilesFinder(const FilesFinder&) = delete;
@@ -38,40 +38,31 @@ class FilesFinder : public ISearchDirectoryContainer {
     /// Appends a search directory; duplicates and empty names are kept, in order.
     void addSearchDirectory(const char* name, bool recursive) override;
 
-    /// Searches every directory in the order added: true as soon as the container (or
-    /// the callback) asks to stop, false when all were searched. A directory that cannot
-    /// be listed raises boost::filesystem::filesystem_error, which is not caught here.
+    /// Searches every directory in the order added: true as soon as the container asks
+    /// to stop, false when all were searched. A directory that cannot be listed raises
+    /// boost::filesystem::filesystem_error, which is not caught here.
     bool find(const char* fileName, ISearchResultsContainer& results);
 
-    // The two searches are virtual, in this order, and find() calls them through the
-    // object, so that a derived finder may replace either.
-
+private:
     /// Offers dir/fileName in `dir` and in every directory below it, depth first, in the
     /// order the file system lists them, following links, entering no inode number twice
     /// in one scan: ("/d", "c.so") offers /d/c.so, /d/x/c.so, /d/x/y/c.so.
-    virtual bool findRecursively(const std::string& dir, const std::string& fileName,
-                                 ISearchResultsContainer& results);
+    bool findRecursively(const std::string& dir, const std::string& fileName,
+                         ISearchResultsContainer& results);
     /// Offers `fileName` and its shorter tails directly under `dir`:
     /// ("/d", "a/b/c.so") offers /d/a/b/c.so, /d/b/c.so, /d/c.so.
-    virtual bool findIteratively(const std::string& dir, const std::string& fileName,
-                                 ISearchResultsContainer& results);
-
-    const std::vector<search_dir>& searchDirs() const { return m_dirs; }
-
-  protected:
-    unsigned int m_searchStep;
-    std::vector<search_dir> m_dirs;
-    ISearchDirectoryFindCallback* m_callback;
-    /// Inode numbers of the directories the current recursive scan has entered. A hash
-    /// set, so that a scan of n directories costs n lookups of constant time.
-    std::unordered_set<std::uint64_t> m_visited;
-
-  private:
+    bool findIteratively(const std::string& dir, const std::string& fileName,
+                         ISearchResultsContainer& results);
     /// Names of the entries of the open listing that are directories (following links),
     /// in listing order, each followed by a '\0' (one buffer per directory, however many
     /// names). `dirMode`: the listed directory's st_mode.
     std::string listSubdirectories(const std::string& dir, std::uint32_t dirMode);
 
+    unsigned int m_searchStep;
+    std::vector<search_dir> m_dirs;
+    /// Inode numbers of the directories the current recursive scan has entered. A hash
+    /// set, so that a scan of n directories costs n lookups of constant time.
+    std::unordered_set<std::uint64_t> m_visited;
     posix::DirectoryListing m_listing;  // the one listing open at any time
 };
 

@@ -1,14 +1,11 @@
 // The found-files lazy iterator.
-#include <boost/filesystem/operations.hpp>
+#include "search/found_files_lazy_iterator.h"
 
 #include "QORAL_2_18/debug.h"
-#include "ff_checksum.h"
-#include "search/found_files_lazy_iterator.h"
-#include "ff_kernel_image.h"
 #include "base/log.h"
-#include "search/search_strategies.h"
 #include "ff_utils.h"
-#include "tarnbase2/tarnbase2.h"
+#include "search/kernel_image_cache.h"
+#include "search/search_strategies.h"
 
 namespace FF_2_13 {
 
@@ -16,7 +13,6 @@ namespace {
 
 constexpr const char* kLogSource = log_source::kSearch;
 constexpr const char* kImplSource = log_source::kSearchImpl;
-constexpr char kKernelImageCache[] = "vmlinux_cache";
 
 // The five marks have one width, so that the trace lines align.
 constexpr char kDoesNotExist[] = "*** DO__NOT__EXIST ";
@@ -24,6 +20,18 @@ constexpr char kValidDuplicate[] = "*** VALID_DUBLICAT ";
 constexpr char kValidAdded[] = "*** VALID____ADDED ";
 constexpr char kInvalidDuplicate[] = "*** INVALID_DUBLIC ";
 constexpr char kInvalidAdded[] = "*** INVALID__ADDED ";
+
+// Each step's operation of the strategy.
+using StepOperation = bool (IFileSearchStrategy::*)(ISearchResultsContainer&);
+const std::pair<search_step_t, StepOperation> kStepOperations[] = {
+    {ssArchiveSearchDirs, &IFileSearchStrategy::findInArchiveDirs},
+    {ssHighPrioritySearchDirs, &IFileSearchStrategy::findInHighPriorityDirs},
+    {ssAbsoluteNameLookup, &IFileSearchStrategy::lookUpAbsoluteName},
+    {ssAroundBinaryLookup, &IFileSearchStrategy::lookUpAroundBinary},
+    {ssLowPrioritySearchDirs, &IFileSearchStrategy::findInLowPriorityDirs},
+    {ssSystemDirs, &IFileSearchStrategy::findInSystemDirs},
+    {ssCacheSearchDir, &IFileSearchStrategy::findInCacheDir},
+};
 
 template <class T>
 bool listsName(const std::list<ObjectPtr<T>>& files, const char* name) {
@@ -36,13 +44,13 @@ bool listsName(const std::list<ObjectPtr<T>>& files, const char* name) {
 
 FoundFilesLazyIterator::FoundFilesLazyIterator(IFileSearchStrategy& strategy,
                                                IValidatorInternal& validator,
-                                               unsigned long long stepsMask)
+                                               const ObjectPtr<ISearchStepsIterator>& steps)
     : m_strategy(strategy),
       m_validator(validator),
       m_validIterator(m_validFiles),
       m_invalidIterator(m_invalidFiles),
       m_current(m_validFiles.end()),
-      m_steps(strategy.getSearchStepsIterator(stepsMask)) {
+      m_steps(steps) {
     QORAL_ASSERT_AT(m_steps, "Null pointer", kImplSource);
 }
 
@@ -74,32 +82,13 @@ ObjectPtr<IValidFile> FoundFilesLazyIterator::next() {
 }
 
 bool FoundFilesLazyIterator::runStep(search_step_t step) {
-    // The step's own answer is not needed: what it found stands in the lists.
-    switch (step) {
-        case ssArchiveSearchDirs:
-            m_strategy.findInArchiveDirs(*this);
-            return true;
-        case ssHighPrioritySearchDirs:
-            m_strategy.findInHighPriorityDirs(*this);
-            return true;
-        case ssAbsoluteNameLookup:
-            m_strategy.lookUpAbsoluteName(*this);
-            return true;
-        case ssAroundBinaryLookup:
-            m_strategy.lookUpAroundBinary(*this);
-            return true;
-        case ssLowPrioritySearchDirs:
-            m_strategy.findInLowPriorityDirs(*this);
-            return true;
-        case ssSystemDirs:
-            m_strategy.findInSystemDirs(*this);
-            return true;
-        case ssCacheSearchDir:
-            m_strategy.findInCacheDir(*this);
-            return true;
-        default:
-            return false;
+    for (const auto& operation : kStepOperations) {
+        if (operation.first != step) continue;
+        // The step's own answer is not needed: what it found stands in the lists.
+        (m_strategy.*operation.second)(*this);
+        return true;
     }
+    return false;
 }
 
 bool FoundFilesLazyIterator::validateAndAdd(const char* fileName, unsigned int searchStep) {
@@ -109,12 +98,8 @@ bool FoundFilesLazyIterator::validateAndAdd(const char* fileName, unsigned int s
         FF_LOG_INFO(kLogSource, kDoesNotExist << fileName);
         return false;
     }
-    ObjectPtr<IValidatedFile> validated = m_validator.validateInternal(fileName, searchStep);
-    if (!validated->validFile() && utils::getFileNameOnly(fileName).compare(
-                                       0, std::char_traits<char>::length(VMLINUZ), VMLINUZ) == 0) {
-        validated = validateKernelImage(fileName, searchStep, validated);
-        if (!validated) return false;
-    }
+    ObjectPtr<IValidatedFile> validated = judge(fileName, searchStep);
+    if (!validated) return false;
 
     if (ObjectPtr<IValidFile> valid = validated->validFile()) {
         if (listsName(m_validFiles, valid->name())) {
@@ -136,33 +121,26 @@ bool FoundFilesLazyIterator::validateAndAdd(const char* fileName, unsigned int s
     return false;
 }
 
-// A compressed kernel image is no module to symbolise: unpack the kernel once per user
-// and per checksum into <user data>/vmlinux_cache/<md5>/vmlinux and judge that instead.
-//
-// The unpacked image is validated with the step that found the compressed one, so the
-// result says where the kernel came from and the confidence policy is asked about a real
-// step. (An unpacked image has no step of its own; a marker value such as 256 would
-// reach clients as a step that none of them knows.)
-ObjectPtr<IValidatedFile> FoundFilesLazyIterator::validateKernelImage(
-    const char* fileName, unsigned int searchStep, const ObjectPtr<IValidatedFile>& verdict) {
-    ObjectPtr<IChecksumCalculator> calculator = IChecksumCalculator::create();
-    if (!calculator) return ObjectPtr<IValidatedFile>();
-    ObjectPtr<IChecksum> checksum = calculator->calculateChecksum(fileName, ctMD5);
-    if (!checksum) return ObjectPtr<IValidatedFile>();
-
-    const char* userData = tarnbase2::IProductLocations::get()->userDataDir();
-    const std::string cacheRoot = utils::addSubPart(userData, kKernelImageCache);
-    const std::string imageDir = utils::addSubPart(cacheRoot.c_str(), checksum->value());
-    const std::string image = utils::addSubPart(imageDir.c_str(), VMLINUX);
-    if (!utils::fileExists(image.c_str())) {
-        boost::system::error_code ignored;  // a data directory that cannot be made shows below
-        boost::filesystem::create_directories(userData, ignored);
-        utils::createDir(cacheRoot.c_str());
-        utils::createDir(imageDir.c_str());
-        utils::extractVmlinux(fileName, image.c_str());
+ObjectPtr<IValidatedFile> FoundFilesLazyIterator::judge(const char* fileName,
+                                                        unsigned int searchStep) {
+    ObjectPtr<IValidatedFile> verdict = m_validator.validateInternal(fileName, searchStep);
+    if (verdict->validFile() || !KernelImageCache::isCompressedImage(fileName)) return verdict;
+    // The unpacked kernel is judged with the step that found the compressed image, so the
+    // result says where the kernel came from and the confidence policy is asked about a
+    // real step. (An unpacked image has no step of its own; a marker value would reach
+    // clients as a step that none of them knows.)
+    std::string image;
+    switch (KernelImageCache::unpack(fileName, image)) {
+        case KernelImageCache::Outcome::unpacked:
+            return m_validator.validateInternal(image.c_str(), searchStep);
+        case KernelImageCache::Outcome::notUnpacked:
+            return verdict;
+        case KernelImageCache::Outcome::unhashable:
+            break;
     }
-    if (!utils::fileExists(image.c_str())) return verdict;  // not a kernel image after all
-    return m_validator.validateInternal(image.c_str(), searchStep);
+    // A compressed image that cannot be hashed cannot be read: dropped like a candidate
+    // that does not exist.
+    return ObjectPtr<IValidatedFile>();
 }
 
 }  // namespace FF_2_13

@@ -9,7 +9,8 @@
 // validateAndAdd(candidate, step):
 //   1. a candidate that does not exist is dropped without a trace in the lists;
 //   2. the validator judges it; a rejected compressed kernel image ("vmlinuz...") is
-//      replaced by its unpacked "vmlinux", cached per user and per checksum;
+//      replaced by its unpacked "vmlinux" from the KernelImageCache, judged with the
+//      same step;
 //   3. a file already listed under the same canonical name is a duplicate;
 //   4. the rest is appended to the valid or the invalid list; only a new valid file
 //      answers true, which tells the producer to stop.
@@ -20,8 +21,8 @@
 #include <list>
 
 #include "ff_callbacks.h"
-#include "search/search_interfaces.h"
 #include "ff_search_steps.h"
+#include "search/search_interfaces.h"
 #include "validation/validator.h"
 
 namespace FF_2_13 {
@@ -51,8 +52,9 @@ public:
         bool m_hasLast = false;
     };
 
+    /// `steps`: the enabled steps of the strategy's category, in search order.
     FoundFilesLazyIterator(IFileSearchStrategy& strategy, IValidatorInternal& validator,
-                           unsigned long long stepsMask);
+                           const ObjectPtr<ISearchStepsIterator>& steps);
     ~FoundFilesLazyIterator();
     FoundFilesLazyIterator(const FoundFilesLazyIterator&) = delete;
     FoundFilesLazyIterator& operator=(const FoundFilesLazyIterator&) = delete;
@@ -69,8 +71,9 @@ public:
 
 private:
     bool runStep(search_step_t step);
-    ObjectPtr<IValidatedFile> validateKernelImage(const char* fileName, unsigned int searchStep,
-                                                  const ObjectPtr<IValidatedFile>& verdict);
+    /// The validator's verdict on the candidate, or on the kernel it carries; empty when
+    /// the candidate is to be dropped without a trace.
+    ObjectPtr<IValidatedFile> judge(const char* fileName, unsigned int searchStep);
 
     IFileSearchStrategy& m_strategy;
     IValidatorInternal& m_validator;

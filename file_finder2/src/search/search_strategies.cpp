@@ -4,12 +4,12 @@
 #include <boost/filesystem/path.hpp>
 #include <cstring>
 
-#include "search/files_finder.h"
-#include "ff_kernel_image.h"
 #include "base/log.h"
+#include "ff_kernel_image.h"
+#include "ff_utils.h"
 #include "files/linux_names.h"
 #include "platform/posix.h"
-#include "ff_utils.h"
+#include "search/files_finder.h"
 
 namespace FF_2_13 {
 
@@ -50,22 +50,8 @@ bool isInsideDirectory(const std::string& path, const std::string& dir) {
 // ---------------------------------------------------------------------------------------
 // BasicFileSearchStrategy
 
-BasicFileSearchStrategy::BasicFileSearchStrategy(ISearchEnv* env, const char* fileName)
-    : m_env(env), m_fileName(fileName) {}
-
-bool BasicFileSearchStrategy::find(const std::string&, bool, const std::string&,
-                                   ISearchResultsContainer&, bool& skip) {
-    skip = false;
-    return false;
-}
-
-ObjectPtr<ISearchStepsIterator> BasicFileSearchStrategy::getSearchStepsIterator(
-    unsigned long long stepsMask) {
-    ObjectPtr<ISearchStepsConfigurator> configurator;
-    if (m_env) configurator = m_env->searchStepsConfigurator();
-    if (!configurator) configurator = ISearchStepsConfigurator::create();  // the default steps
-    return configurator->getSearchStepsIterator(getCategorySpecific(), stepsMask);
-}
+BasicFileSearchStrategy::BasicFileSearchStrategy(ISearchEnv* env, const SearchRequest& request)
+    : m_env(env), m_fileName(request.fileName) {}
 
 bool BasicFileSearchStrategy::offerAbsoluteName(ISearchResultsContainer& results) {
     if (!utils::isAbsolutePath(m_fileName)) return false;  // a relative name is no path here
@@ -100,7 +86,7 @@ bool BasicFileSearchStrategy::findInPriorityDirs(ISearchResultsContainer& result
 bool BasicFileSearchStrategy::findInSearchDirs(ISearchResultsContainer& results,
                                                const ObjectPtr<ISearchDirIterator>& dirs,
                                                bool highPriority) {
-    FilesFinder finder(highPriority ? ssHighPrioritySearchDirs : ssLowPrioritySearchDirs, this);
+    FilesFinder finder(highPriority ? ssHighPrioritySearchDirs : ssLowPrioritySearchDirs);
     if (dirs) {
         dirs->reset();
         const char* dir = nullptr;
@@ -120,7 +106,7 @@ bool BasicFileSearchStrategy::findInSearchDirs(ISearchResultsContainer& results,
 
 bool BasicFileSearchStrategy::findInArchiveDirs(ISearchResultsContainer& results) {
     if (!m_env) return false;
-    FilesFinder finder(ssArchiveSearchDirs, this);
+    FilesFinder finder(ssArchiveSearchDirs);
     const std::string baseName = utils::getFileNameOnly(fileToSearch());
     fillArchiveDirs(m_env->archiveDirs(getCategorySpecific()), finder, baseName);
     fillArchiveDirs(m_env->archiveDirs(scAllFiles), finder, baseName);
@@ -145,7 +131,7 @@ void BasicFileSearchStrategy::fillArchiveDirs(const ObjectPtr<ISearchDirIterator
 
 bool BasicFileSearchStrategy::findInCacheDir(ISearchResultsContainer& results) {
     if (!m_env) return false;
-    FilesFinder finder(ssCacheSearchDir, this);
+    FilesFinder finder(ssCacheSearchDir);
     const std::string baseName = utils::getFileNameOnly(fileToSearch());
     const char* cacheDir = m_env->cacheDir();
     if (utils::isStringEmpty(cacheDir)) {
@@ -157,19 +143,24 @@ bool BasicFileSearchStrategy::findInCacheDir(ISearchResultsContainer& results) {
 }
 
 bool BasicFileSearchStrategy::findInSystemDirs(ISearchResultsContainer& results) {
+    return findInSystemDirsAs(fileToSearch(), results);
+}
+
+bool BasicFileSearchStrategy::findInSystemDirsAs(const std::string& name,
+                                                 ISearchResultsContainer& results) {
     // This machine's system directories say nothing about a guest system.
     if (containsGuestMark(fileToSearch())) return false;
-    FilesFinder finder(ssSystemDirs, this);
+    FilesFinder finder(ssSystemDirs);
     fillSystemDirs(finder);
-    return finder.find(fileToSearch(), results);
+    return finder.find(name.c_str(), results);
 }
 
 // ---------------------------------------------------------------------------------------
 // BasicLocalAndRemoteFileSearchStrategy
 
 BasicLocalAndRemoteFileSearchStrategy::BasicLocalAndRemoteFileSearchStrategy(
-    ISearchEnv* env, const char* fileName, const std::string& tempDir)
-    : BasicFileSearchStrategy(env, fileName), m_tempDir(tempDir) {}
+    ISearchEnv* env, const SearchRequest& request, const std::string& tempDir)
+    : BasicFileSearchStrategy(env, request), m_tempDir(tempDir) {}
 
 bool BasicLocalAndRemoteFileSearchStrategy::lookUpAbsoluteName(ISearchResultsContainer& results) {
     std::string name = fileToSearch();
@@ -177,7 +168,7 @@ bool BasicLocalAndRemoteFileSearchStrategy::lookUpAbsoluteName(ISearchResultsCon
     IFileRetriever* retriever = m_env ? m_env->fileRetriever() : nullptr;
     if (retriever && !retriever->isLocal(name.c_str())) {
         std::string localCopy;
-        if (!fetchRemoteFile(*this, m_tempDir, name, localCopy)) return false;
+        if (!fetchRemoteFile(*m_env, m_tempDir, name, localCopy)) return false;
         return results.validateAndAdd(localCopy.c_str(), ssAbsoluteNameLookup);
     }
     return offerAbsoluteName(results);
@@ -186,41 +177,12 @@ bool BasicLocalAndRemoteFileSearchStrategy::lookUpAbsoluteName(ISearchResultsCon
 // ---------------------------------------------------------------------------------------
 // BinFileSearchStrategy
 
-BinFileSearchStrategy::BinFileSearchStrategy(ISearchEnv* env, const char* fileName,
-                                             const std::string& tempDir, IValidator& validator)
-    : BasicLocalAndRemoteFileSearchStrategy(env, fileName, tempDir), m_validator(validator) {}
-
-bool BinFileSearchStrategy::callSearchStarted(ISearchStartedCallback& callback,
-                                              IStringContainer& strings) {
-    return callback.binFileSearchStarted(fileToSearch(), strings);
-}
-
-ObjectPtr<IValidFile> BinFileSearchStrategy::callFilesFound(IFilesFoundCallback& callback,
-                                                            IValidFileIterator& valid) {
-    return callback.binFilesFound(fileToSearch(), valid);
-}
-
-ObjectPtr<IValidFile> BinFileSearchStrategy::callNoFilesFound(INoFilesFoundCallback& callback,
-                                                              IInvalidFileIterator& invalid,
-                                                              IValidFileIterator& valid) {
-    return callback.noBinFilesFound(fileToSearch(), m_validator, invalid, valid);
-}
-
 bool BinFileSearchStrategy::findInSystemDirs(ISearchResultsContainer& results) {
     const char* name = fileToSearch();
-    const bool guest = containsGuestMark(name);
     // A name without directory and extension ("ext4") is a kernel module as the kernel
     // reports it: its file is "ext4.ko" somewhere under /lib/modules.
     const bool moduleName = boost::filesystem::path(name).stem().string() == name;
-    if (moduleName && !guest) {
-        FilesFinder finder(ssSystemDirs, this);
-        fillSystemDirs(finder);
-        return finder.find((std::string(name) + ".ko").c_str(), results);
-    }
-    if (guest) return false;
-    FilesFinder finder(ssSystemDirs, this);
-    fillSystemDirs(finder);
-    return finder.find(name, results);
+    return findInSystemDirsAs(moduleName ? std::string(name) + ".ko" : std::string(name), results);
 }
 
 void BinFileSearchStrategy::fillSystemDirs(ISearchDirectoryContainer& dirs) {
@@ -241,39 +203,11 @@ void BinFileSearchStrategy::fillSystemDirs(ISearchDirectoryContainer& dirs) {
 // ---------------------------------------------------------------------------------------
 // SymFileSearchStrategy
 
-SymFileSearchStrategy::SymFileSearchStrategy(ISearchEnv* env, const char* fileName,
-                                             const std::string& tempDir, const char* binaryFile,
-                                             const char* checksum, const char* remoteBinaryFile,
-                                             IValidator& validator)
-    : BasicLocalAndRemoteFileSearchStrategy(env, fileName, tempDir),
-      m_binaryFile(binaryFile ? binaryFile : ""),
-      m_checksum(checksum ? checksum : ""),
-      m_remoteBinaryFile(remoteBinaryFile ? remoteBinaryFile : ""),
-      m_validator(validator) {}
-
-bool SymFileSearchStrategy::callSearchStarted(ISearchStartedCallback& callback,
-                                              IStringContainer& strings) {
-    return callback.symFileSearchStarted(fileToSearch(), m_binaryFile.c_str(), m_checksum.c_str(),
-                                         strings);
-}
-
-ObjectPtr<IValidFile> SymFileSearchStrategy::callFilesFound(IFilesFoundCallback& callback,
-                                                            IValidFileIterator& valid) {
-    return callback.symFilesFound(fileToSearch(), m_binaryFile.c_str(), m_checksum.c_str(), valid);
-}
-
-ObjectPtr<IValidFile> SymFileSearchStrategy::callNoFilesFound(INoFilesFoundCallback& callback,
-                                                              IInvalidFileIterator& invalid,
-                                                              IValidFileIterator& valid) {
-    return callback.noSymFilesFound(fileToSearch(), m_binaryFile.c_str(), m_checksum.c_str(),
-                                    m_validator, invalid, valid);
-}
-
-bool SymFileSearchStrategy::find(const std::string&, bool, const std::string&,
-                                 ISearchResultsContainer&, bool& skip) {
-    skip = false;
-    return false;
-}
+SymFileSearchStrategy::SymFileSearchStrategy(ISearchEnv* env, const SearchRequest& request,
+                                             const std::string& tempDir)
+    : BasicLocalAndRemoteFileSearchStrategy(env, request, tempDir),
+      m_binaryFile(request.binaryFile ? request.binaryFile : ""),
+      m_remoteBinaryFile(request.remoteBinaryFile ? request.remoteBinaryFile : "") {}
 
 bool SymFileSearchStrategy::isRemoteLinuxResult() const {
     if (!m_env) return false;
@@ -329,7 +263,7 @@ bool SymFileSearchStrategy::lookUpAroundRemoteBinary(ISearchResultsContainer& re
 
     for (const std::string& candidate : candidates) {
         std::string localCopy;
-        if (!fetchRemoteFile(*this, m_tempDir, candidate, localCopy)) continue;
+        if (!fetchRemoteFile(*m_env, m_tempDir, candidate, localCopy)) continue;
         if (results.validateAndAdd(localCopy.c_str(), ssAroundBinaryLookup)) return true;
     }
     return false;
@@ -348,32 +282,6 @@ void SymFileSearchStrategy::fillSystemDirs(ISearchDirectoryContainer& dirs) {
 // ---------------------------------------------------------------------------------------
 // SrcFileSearchStrategy
 
-SrcFileSearchStrategy::SrcFileSearchStrategy(ISearchEnv* env, const char* fileName,
-                                             const char* binaryFile, const char* checksum,
-                                             IValidator& validator)
-    : BasicFileSearchStrategy(env, fileName),
-      m_binaryFile(binaryFile ? binaryFile : ""),
-      m_checksum(checksum ? checksum : ""),
-      m_validator(validator) {}
-
-bool SrcFileSearchStrategy::callSearchStarted(ISearchStartedCallback& callback,
-                                              IStringContainer& strings) {
-    return callback.srcFileSearchStarted(fileToSearch(), m_binaryFile.c_str(), m_checksum.c_str(),
-                                         strings);
-}
-
-ObjectPtr<IValidFile> SrcFileSearchStrategy::callFilesFound(IFilesFoundCallback& callback,
-                                                            IValidFileIterator& valid) {
-    return callback.srcFilesFound(fileToSearch(), m_binaryFile.c_str(), m_checksum.c_str(), valid);
-}
-
-ObjectPtr<IValidFile> SrcFileSearchStrategy::callNoFilesFound(INoFilesFoundCallback& callback,
-                                                              IInvalidFileIterator& invalid,
-                                                              IValidFileIterator& valid) {
-    return callback.noSrcFilesFound(fileToSearch(), m_binaryFile.c_str(), m_checksum.c_str(),
-                                    m_validator, invalid, valid);
-}
-
 void SrcFileSearchStrategy::fillSystemDirs(ISearchDirectoryContainer& dirs) {
     dirs.addSearchDirectory("/usr/src", false);
     std::string release;
@@ -384,16 +292,14 @@ void SrcFileSearchStrategy::fillSystemDirs(ISearchDirectoryContainer& dirs) {
 // ---------------------------------------------------------------------------------------
 // Remote files
 
-bool fetchRemoteFile(const IFileSearchStrategy& strategy, const std::string& tempDir,
-                     const std::string& remoteName, std::string& localName) {
-    ISearchEnv* env = strategy.getSearchEnv();
-    if (!env) return false;
-    const char* cacheDir = env->cacheDir();
+bool fetchRemoteFile(ISearchEnv& env, const std::string& tempDir, const std::string& remoteName,
+                     std::string& localName) {
+    const char* cacheDir = env.cacheDir();
     if (utils::isStringEmpty(cacheDir)) {
         FF_LOG_ERROR(kLogSource, "Empty directory name.");
         return false;
     }
-    IFileRetriever* retriever = env->fileRetriever();
+    IFileRetriever* retriever = env.fileRetriever();
     if (tempDir.empty() || !retriever) return false;
 
     // A recorded name is untrusted: it must not lead the copy, or the clean-up after a

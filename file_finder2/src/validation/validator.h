@@ -14,10 +14,8 @@
 //      severity 2 and no message).
 //
 // The result's search step is the low 16 bits of `step`; the policy gets the whole value.
-// The found-files iterator validates an extracted kernel image with the value 256: that
-// is no search step and not the cache step, so it runs stages 2 and 3 only, and the
-// policy is told 256, so a client's policy can tell an extracted image from a file a step
-// found.
+// A kernel image unpacked from a compressed one is judged with the step that found the
+// compressed image, like any candidate of that step.
 #pragma once
 
 #include <string>
@@ -55,13 +53,13 @@ public:
 
     /// Where the checks report a rejection: empty message and severity 2 at the start.
     class ErrorInfoContainer : public IErrorInfoContainer {
-      public:
+    public:
         void setSeverity(severity_t severity) override { m_severity = severity; }
         void setErrorMessage(const char* message) override { m_message = message ? message : ""; }
         const char* getErrorMessage() const { return m_message.c_str(); }
         severity_t m_severity = svUnspecified;
 
-      private:
+    private:
         std::string m_message;
     };
 

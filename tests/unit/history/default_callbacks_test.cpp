@@ -7,11 +7,11 @@
 #include <string>
 #include <vector>
 
-#include "callback_doubles.h"
 #include "base/string_container.h"
-#include "validation/validated_files.h"
+#include "callback_doubles.h"
 #include "search_doubles.h"
 #include "temp_dir.h"
+#include "validation/validated_files.h"
 
 using namespace FF_2_13;
 
@@ -83,9 +83,9 @@ protected:
         : mgr(IResolutionContextMgr::create()),
           context(mgr->createFileSystemContext(tmp.path().c_str(), false)),
           history(ISearchHistory::create()),
-          started(new DefaultSearchStartedCallback(history, mgr, context, "c")),
-          found(new DefaultFilesFoundCallback(history, mgr, context, "c")),
-          notFound(new DefaultNoFilesFoundCallback(history, mgr, context, "c")) {}
+          started(new Registered<DefaultSearchStartedCallback>(history, mgr, context, "c")),
+          found(new Registered<DefaultFilesFoundCallback>(history, mgr, context, "c")),
+          notFound(new Registered<DefaultNoFilesFoundCallback>(history, mgr, context, "c")) {}
 
     // Runs the category operation of `r` and returns the answer; `strings` collects.
     bool searchStarted(const Request& r, StringContainer& strings) {
@@ -169,8 +169,8 @@ TEST_F(DefaultCallbacks, AnOwnCallbackThatAnswersFalseStopsTheHistoryLookup) {
         }
     }
     // The own callback sees the request's names as the search gave them.
-    EXPECT_EQ("lib||", own.calls.front());
-    EXPECT_EQ("lib|app|sum", own.calls.back());
+    EXPECT_EQ("bin lib||", own.calls.front());
+    EXPECT_EQ("src lib|app|sum", own.calls.back());
 }
 
 TEST_F(DefaultCallbacks, FilesFoundRemembersTheOwnChoiceElseTheNextValidFileFromOne) {

@@ -25,28 +25,13 @@ constexpr unsigned int kStep = 32;
 using Paths = std::vector<std::string>;
 using Dirs = std::vector<std::pair<std::string, bool>>;
 
-// Takes over the directories it is told to, records every call.
-class ScriptedCallback : public ISearchDirectoryFindCallback {
-public:
-    bool find(const std::string& dir, bool recursive, const std::string& fileName,
-              ISearchResultsContainer&, bool& skip) override {
-        calls.push_back(dir + (recursive ? " recursive " : " flat ") + fileName);
-        skip = dir == skipDir;
-        return dir == stopDir;
-    }
-
-    std::string skipDir;
-    std::string stopDir;
-    Paths calls;
-};
-
 class FilesFinderTest : public ::testing::Test {
 protected:
     // The candidates of one find() of `name` in `dirs`, each of which must carry the
     // finder's step; `found` gets find()'s answer. The container stops at `stopAt`.
     Paths offersFor(const std::string& name, const Dirs& dirs, bool* found = nullptr,
                     const std::string& stopAt = "") {
-        FilesFinder finder(kStep, nullptr);
+        FilesFinder finder(kStep);
         for (const auto& dir : dirs) finder.addSearchDirectory(dir.first.c_str(), dir.second);
         RecordingResults results;
         results.stopAt = [&](const std::string& path) { return path == stopAt; };
@@ -60,7 +45,7 @@ protected:
     // (and, when given, `lastOffer` was the last candidate before it).
     static bool raises(const std::string& dir, int error, const std::string& path,
                        const std::string& lastOffer) {
-        FilesFinder finder(kStep, nullptr);
+        FilesFinder finder(kStep);
         finder.addSearchDirectory(dir.c_str(), true);
         RecordingResults results;
         try {
@@ -101,46 +86,6 @@ TEST_F(FilesFinderTest, RecursiveSearchFollowsTheIterativeOneAndStopsAtTheFirstT
     EXPECT_EQ((Paths{d + "/c.so", d + "/c.so", d + "/x/c.so"}),
               offersFor("c.so", {{d, true}, {"/later", false}}, &found, d + "/x/c.so"));
     EXPECT_TRUE(found);
-}
-
-TEST_F(FilesFinderTest, CallbackMaySkipADirectoryOrEndTheSearch) {
-    tree.makeDir("d/x");
-    const std::string d = tree / "d";
-    ScriptedCallback callback;
-    callback.skipDir = d;
-    callback.stopDir = "/stop";
-    FilesFinder finder(kStep, &callback);
-    finder.addSearchDirectory(d.c_str(), true);
-    finder.addSearchDirectory("/next", false);
-    finder.addSearchDirectory("/stop", true);
-    finder.addSearchDirectory("/never", false);
-    RecordingResults results;
-    EXPECT_TRUE(finder.find("a/c.so", results));
-    EXPECT_EQ((Paths{"/next/a/c.so", "/next/c.so"}), results.paths());
-    EXPECT_EQ((Paths{d + " recursive a/c.so", "/next flat a/c.so", "/stop recursive a/c.so"}),
-              callback.calls);
-}
-
-// A derived finder may replace either search: find() calls them through the object.
-TEST_F(FilesFinderTest, SearchesAreCalledThroughTheObject) {
-    struct TracingFinder : FilesFinder {
-        TracingFinder() : FilesFinder(kStep, nullptr) {}
-        bool findIteratively(const std::string& dir, const std::string& name,
-                             ISearchResultsContainer&) override {
-            calls.push_back("iterative " + dir + " " + name);
-            return false;
-        }
-        bool findRecursively(const std::string& dir, const std::string& name,
-                             ISearchResultsContainer&) override {
-            calls.push_back("recursive " + dir + " " + name);
-            return false;
-        }
-        Paths calls;
-    } finder;
-    finder.addSearchDirectory("/a", true);
-    RecordingResults results;
-    EXPECT_FALSE(finder.find("x/y/c.so", results));
-    EXPECT_EQ((Paths{"iterative /a x/y/c.so", "recursive /a c.so"}), finder.calls);
 }
 
 TEST_F(FilesFinderTest, LoopGuardHoldsWithinOneSearchDirectoryOnly) {
@@ -187,7 +132,7 @@ TEST_F(FilesFinderTest, KeepsOneListingOpenAtATime) {
     auto openDescriptors = [] { return fftest::entryNames("/proc/self/fd").size(); };
     const size_t baseline = openDescriptors();
     size_t most = 0;
-    FilesFinder finder(kStep, nullptr);
+    FilesFinder finder(kStep);
     finder.addSearchDirectory((tree / "d").c_str(), true);
     RecordingResults results;
     results.stopAt = [&](const std::string&) {

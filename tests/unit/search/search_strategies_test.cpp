@@ -3,10 +3,10 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/posix.h"
 #include "ff_searchdirs.h"
 #include "ff_searchenv.h"
 #include "log_capture.h"
+#include "platform/posix.h"
 #include "search_doubles.h"
 #include "temp_dir.h"
 
@@ -35,15 +35,14 @@ class StrategyTest : public ::testing::Test {
 protected:
     StrategyTest() { env->setSearchDirs(dirs); }
     BinFileSearchStrategy bin(const char* name) {
-        return BinFileSearchStrategy(env.get(), name, "", validator);
+        return BinFileSearchStrategy(env.get(), {scBinaryFiles, name}, "");
     }
     SymFileSearchStrategy sym(const char* name, const char* binary, ISearchEnv* in = nullptr) {
-        return SymFileSearchStrategy(in, name, "", binary, "", "", validator);
+        return SymFileSearchStrategy(in, {scSymbolFiles, name, binary}, "");
     }
 
     ObjectPtr<IEditableSearchEnv> env = IEditableSearchEnv::create();
     ObjectPtr<IEditableSearchDirContainer> dirs = IEditableSearchDirContainer::create();
-    fftest::UnusedValidator validator;
 };
 
 }  // namespace
@@ -95,7 +94,7 @@ TEST_F(StrategyTest, OnlyAbsoluteNamesAreOfferedAsThemselves) {
     EXPECT_TRUE(results.offers.empty());
     bin("/lib/x.so").lookUpAbsoluteName(results);
     EXPECT_EQ((std::vector<Offer>{{"/lib/x.so", ssAbsoluteNameLookup}}), results.offers);
-    SrcFileSearchStrategy(nullptr, "/src/a.c", "", "", validator).lookUpAbsoluteName(results);
+    SrcFileSearchStrategy(nullptr, {scSourceFiles, "/src/a.c"}).lookUpAbsoluteName(results);
     EXPECT_EQ(2u, results.offers.size());
 }
 
@@ -158,7 +157,7 @@ TEST_F(StrategyTest, SymbolSystemDirsKeepTheDoubledSlashOfTheMirrorTree) {
 }
 
 TEST_F(StrategyTest, SourceSystemDirsAreUsrSrcAndTheRunningKernelsHeaders) {
-    SrcFileSearchStrategy strategy(nullptr, "a.c", "", "", validator);
+    SrcFileSearchStrategy strategy(nullptr, {scSourceFiles, "a.c"});
     Dirs expected{{"/usr/src", false}};
     if (!runningRelease().empty())
         expected.emplace_back("/usr/src/linux-headers-" + runningRelease(), false);

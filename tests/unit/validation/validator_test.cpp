@@ -162,7 +162,7 @@ TEST_F(RemoteStage, MatchStillRunsTheBuiltInChecksAndThePolicySeesTheWholeStep) 
 
 TEST_F(RemoteStage, OtherStepsAndAValidatorWithoutRetrieverNeverFetch) {
     Validator validator(nullptr, policy, scBinaryFiles, kRemoteName, &retriever);
-    // 256 marks an extracted kernel image: no search step, so no remote stage.
+    // Only the cache step fetches; a value that is no step at all (256) neither.
     for (unsigned int step : {1u, 4u, 64u, 256u, 0x10000u})
         EXPECT_TRUE(fromCache(validator, step)->validFile()) << step;
     EXPECT_TRUE(retriever.asked.empty());
