@@ -15,6 +15,14 @@ if(FF_SANITIZE)
   add_link_options(-fsanitize=${_ff_sanitizers})
 endif()
 
+# Shared libraries refuse undefined symbols at link time, so a missing dependency shows
+# in the build and not in a client. Not with clang's sanitizers: their runtime is linked
+# into the executables only and the libraries find it there when they are loaded.
+set(FF_NO_UNDEFINED_LINK_OPTION -Wl,--no-undefined)
+if(FF_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  set(FF_NO_UNDEFINED_LINK_OPTION)
+endif()
+
 # The fuzzing build: every object carries libFuzzer's coverage instrumentation, so the
 # fuzzers in fuzz/ see which branches of the library an input reached. The libFuzzer
 # driver itself is linked into the fuzzer executables only.
