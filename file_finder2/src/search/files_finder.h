@@ -44,7 +44,8 @@ public:
 private:
     /// Offers dir/fileName in `dir` and in every directory below it, depth first, in the
     /// order the file system lists them, following links, entering no inode number twice
-    /// in one scan: ("/d", "c.so") offers /d/c.so, /d/x/c.so, /d/x/y/c.so.
+    /// in one scan: ("/d", "c.so") offers /d/c.so, /d/x/c.so, /d/x/y/c.so (only those
+    /// whose directory lists c.so, when the container wants no missing candidates).
     bool findRecursively(const std::string& dir, const std::string& fileName,
                          ISearchResultsContainer& results);
     /// Offers `fileName` and its shorter tails directly under `dir`:
