@@ -14,7 +14,7 @@ packages=(
 # Extra groups a caller may ask for: `install-deps.sh bench` and so on.
 for group in "$@"; do
   case "$group" in
-    bench) packages+=(hyperfine gnuplot-nox strace time openssl) ;;
+    bench) packages+=(hyperfine gnuplot-nox strace time openssl bfs fd-find) ;;
     i386) packages+=(debootstrap file) ;;
     valgrind) packages+=(valgrind) ;;
     *) echo "install-deps.sh: unknown group '$group'" >&2; exit 2 ;;

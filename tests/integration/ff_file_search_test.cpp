@@ -203,3 +203,13 @@ TEST_F(SearchTest, AFileOfferedByTwoStepsIsRecordedOnce) {
     EXPECT_EQ((std::vector<std::string>{file}), all.seen);
     EXPECT_EQ(1u, log.count("*** VALID_DUBLICAT "));
 }
+
+TEST_F(SearchTest, ARecursiveMissLogsEveryCandidateWhileALogListens) {
+    tmp.makeDir("tree/a/b");
+    tmp.makeDir("tree/c");
+    dirs->addDirectory(scBinaryFiles, (tmp / "tree").c_str(), true, true);
+    fftest::LogCapture log(log4cplus::INFO_LOG_LEVEL);
+    EXPECT_FALSE(search()->findBinFile("missing.so", nullptr, nullptr, 0));
+    // tree/missing.so twice (iteratively, then recursively), then one per sub-directory.
+    EXPECT_EQ(5u, log.count("*** DO__NOT__EXIST " + (tmp / "tree")));
+}

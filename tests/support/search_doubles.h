@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "search/search_interfaces.h"
 #include "ff_validation.h"
+#include "search/search_interfaces.h"
 
 namespace fftest {
 
@@ -19,13 +19,15 @@ struct Offer {
     bool operator==(const Offer& other) const { return path == other.path && step == other.step; }
 };
 
-/// Records every candidate; answers true (stop) for the paths `stopAt` accepts.
+/// Records every candidate; answers true (stop) for the paths `stopAt` accepts. Wants
+/// candidates that do not exist unless `missingWanted` is cleared.
 class RecordingResults : public FF_2_13::ISearchResultsContainer {
 public:
     bool validateAndAdd(const char* fileName, unsigned int searchStep) override {
         offers.push_back({fileName, searchStep});
         return stopAt && stopAt(fileName);
     }
+    bool wantsMissingCandidates() const override { return missingWanted; }
     std::vector<std::string> paths() const {
         std::vector<std::string> result;
         for (const Offer& offer : offers) result.push_back(offer.path);
@@ -33,6 +35,7 @@ public:
     }
     std::vector<Offer> offers;
     std::function<bool(const std::string&)> stopAt;
+    bool missingWanted = true;
 };
 
 class RecordingDirs : public FF_2_13::ISearchDirectoryContainer {

@@ -1,8 +1,7 @@
 // Operating-system calls of the library: the status of files, the system's names for the
-// kernel and the user, the spin lock's back-off, and directory listings.
+// kernel and the user, and the spin lock's back-off.
 #include "platform/posix.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <pwd.h>
 #include <sys/stat.h>
@@ -36,6 +35,20 @@ bool statFile(const char* path, FileStatus& status) {
     if (!path || ::stat(path, &st) != 0) return false;
     fillStatus(st, status);
     return true;
+}
+
+int descriptorStatus(const FileDescriptor& fd, FileStatus& status) {
+    struct stat st;
+    if (::fstat(fd.get(), &st) != 0) return errno;
+    fillStatus(st, status);
+    return 0;
+}
+
+int statusIn(const FileDescriptor& dir, const char* name, FileStatus& status) {
+    struct stat st;
+    if (::fstatat(dir.get(), name, &st, 0) != 0) return errno;
+    fillStatus(st, status);
+    return 0;
 }
 
 bool canOpenForReading(const char* path) {
@@ -97,77 +110,6 @@ void spinBackoff() {
 
 void setSpinBackoffHook(BackoffHook hook) {
     g_backoffHook.store(hook);
-}
-
-namespace {
-// Large enough that an ordinary directory comes in one read (the C library's own size).
-constexpr size_t kListingBufferSize = 32 * 1024;
-
-EntryKind entryKind(unsigned char type) {
-    switch (type) {
-        case DT_DIR:
-            return EntryKind::directory;
-        case DT_LNK:
-            return EntryKind::symbolicLink;
-        case DT_UNKNOWN:
-            return EntryKind::unknown;
-        default:
-            return EntryKind::other;
-    }
-}
-}  // namespace
-
-DirectoryListing::~DirectoryListing() {
-    close();
-}
-
-int DirectoryListing::open(const char* path) {
-    close();
-    if (!m_buffer) m_buffer.reset(new char[kListingBufferSize]);
-    m_fd = ::open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    return m_fd < 0 ? errno : 0;
-}
-
-int DirectoryListing::status(FileStatus& status) const {
-    struct stat st;
-    if (::fstat(m_fd, &st) != 0) return errno;
-    fillStatus(st, status);
-    return 0;
-}
-
-bool DirectoryListing::next(Entry& entry, int& error) {
-    error = 0;
-    for (;;) {
-        if (m_offset >= m_filled) {
-            const ssize_t got = ::getdents64(m_fd, m_buffer.get(), kListingBufferSize);
-            if (got < 0) error = errno;
-            if (got <= 0) return false;
-            m_filled = static_cast<size_t>(got);
-            m_offset = 0;
-        }
-        const auto* record = reinterpret_cast<const struct dirent64*>(m_buffer.get() + m_offset);
-        m_offset += record->d_reclen;
-        const char* name = record->d_name;
-        if (record->d_ino == 0) continue;  // a deleted entry, as readdir skips them
-        if (name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'))) continue;
-        entry.name = name;
-        entry.kind = entryKind(record->d_type);
-        return true;
-    }
-}
-
-int DirectoryListing::entryStatus(const char* name, FileStatus& status) const {
-    struct stat st;
-    if (::fstatat(m_fd, name, &st, 0) != 0) return errno;
-    fillStatus(st, status);
-    return 0;
-}
-
-void DirectoryListing::close() noexcept {
-    if (m_fd >= 0) ::close(m_fd);
-    m_fd = -1;
-    m_filled = 0;
-    m_offset = 0;
 }
 
 }  // namespace posix

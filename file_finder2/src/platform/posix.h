@@ -1,7 +1,8 @@
 // The few operating-system calls the library makes, behind small functions in one place
-// (posix.cpp: status, names, back-off, listings; posix_files.cpp: descriptors and single
-// files; file_placement.cpp: files put in place whole), so that the rest of src/, and the
-// host adapters in host/, include no <sys/...> header.
+// (posix.cpp: status, names, back-off; posix_files.cpp: descriptors and single files;
+// posix_directories.cpp: directories opened, listed and looked into by descriptor;
+// file_placement.cpp: files put in place whole), so that the rest of src/, and the host
+// adapters in host/, include no <sys/...> header.
 #pragma once
 
 #include <cstddef>
@@ -144,38 +145,51 @@ void setSpinBackoffHook(BackoffHook hook);
 /// The type of a directory entry as the listing itself reports it, before any stat.
 enum class EntryKind { directory, symbolicLink, unknown, other };
 
-/// One directory listing read straight from the kernel (getdents64), so that every entry
-/// comes with its type and needs no stat of its own. The directory is opened with
-/// O_DIRECTORY: a name that is not a directory fails with ENOTDIR without being opened
-/// (a FIFO never blocks). One object lists one directory at a time and may be opened
-/// again after close(); the destructor closes what is still open. Errors are errno values.
-class DirectoryListing {
+/// Opens the directory `path` for listing, following symbolic links, with O_DIRECTORY: a
+/// name that is not a directory fails with ENOTDIR without being opened (a FIFO never
+/// blocks). A relative `path` starts at the working directory. Closed, with errno set, on
+/// failure.
+FileDescriptor openDirectory(const char* path);
+/// The same for the entry `name` of the open directory `parent`: the system resolves one
+/// name from the parent's descriptor instead of every element of a full path.
+FileDescriptor openDirectoryIn(const FileDescriptor& parent, const char* name);
+/// Status of the file behind an open descriptor (fstat): 0 or errno.
+int descriptorStatus(const FileDescriptor& fd, FileStatus& status);
+/// Status of the entry `name` of the open directory `dir`, following symbolic links
+/// (fstatat relative to `dir`): 0 or errno.
+int statusIn(const FileDescriptor& dir, const char* name, FileStatus& status);
+/// The soft limit on the process's open descriptors (RLIMIT_NOFILE); `fallback` when
+/// the system gives none or an unlimited one.
+size_t openDescriptorLimit(size_t fallback);
+
+/// Reads the listings of open directories straight from the kernel (getdents64), so that
+/// every entry comes with its type and needs no stat of its own. One reader lists one
+/// directory at a time, through one buffer that serves every directory it reads; the
+/// descriptor stays its owner's, who keeps it open until the listing is read.
+///
+///   posix::DirectoryReader reader;
+///   reader.start(dir);
+///   for (posix::DirectoryReader::Entry entry; reader.next(entry, error);) use(entry.name);
+class DirectoryReader {
 public:
     struct Entry {
         const char* name = nullptr;  // valid until the next call of next()
         EntryKind kind = EntryKind::unknown;
     };
 
-    DirectoryListing() noexcept = default;
-    ~DirectoryListing();
-    DirectoryListing(const DirectoryListing&) = delete;
-    DirectoryListing& operator=(const DirectoryListing&) = delete;
+    DirectoryReader() = default;
+    DirectoryReader(const DirectoryReader&) = delete;
+    DirectoryReader& operator=(const DirectoryReader&) = delete;
 
-    /// Opens `path`, following symbolic links (closing any listing still open): 0 or errno.
-    int open(const char* path);
-    /// Status of the open directory itself (fstat): 0 or errno.
-    int status(FileStatus& status) const;
+    /// Starts the listing of `dir`, a directory just opened (its position is the start).
+    void start(const FileDescriptor& dir);
     /// The next entry other than "." and "..": true with `entry` set; false at the end
-    /// (`error` 0) or when reading failed (`error` set).
+    /// (`error` 0) or when reading failed (`error` set to the errno value).
     bool next(Entry& entry, int& error);
-    /// Status of entry `name` of the open directory, following symbolic links (fstatat
-    /// relative to the listing, no path walk from the root): 0 or errno.
-    int entryStatus(const char* name, FileStatus& status) const;
-    void close() noexcept;
 
 private:
     int m_fd = -1;
-    std::unique_ptr<char[]> m_buffer;  // kept between listings: one allocation per object
+    std::unique_ptr<char[]> m_buffer;  // allocated at the first start()
     size_t m_filled = 0;
     size_t m_offset = 0;
 };

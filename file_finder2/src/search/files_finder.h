@@ -11,9 +11,7 @@
 // once and destroyed. One thread uses it from construction to destruction.
 #pragma once
 
-#include <cstdint>
 #include <string>
-#include <unordered_set>
 #include <vector>
 
 #include "platform/posix.h"
@@ -46,24 +44,18 @@ public:
 private:
     /// Offers dir/fileName in `dir` and in every directory below it, depth first, in the
     /// order the file system lists them, following links, entering no inode number twice
-    /// in one scan: ("/d", "c.so") offers /d/c.so, /d/x/c.so, /d/x/y/c.so.
+    /// in one scan: ("/d", "c.so") offers /d/c.so, /d/x/c.so, /d/x/y/c.so (only those
+    /// whose directory lists c.so, when the container wants no missing candidates).
     bool findRecursively(const std::string& dir, const std::string& fileName,
                          ISearchResultsContainer& results);
     /// Offers `fileName` and its shorter tails directly under `dir`:
     /// ("/d", "a/b/c.so") offers /d/a/b/c.so, /d/b/c.so, /d/c.so.
     bool findIteratively(const std::string& dir, const std::string& fileName,
                          ISearchResultsContainer& results);
-    /// Names of the entries of the open listing that are directories (following links),
-    /// in listing order, each followed by a '\0' (one buffer per directory, however many
-    /// names). `dirMode`: the listed directory's st_mode.
-    std::string listSubdirectories(const std::string& dir, std::uint32_t dirMode);
 
     unsigned int m_searchStep;
     std::vector<search_dir> m_dirs;
-    /// Inode numbers of the directories the current recursive scan has entered. A hash
-    /// set, so that a scan of n directories costs n lookups of constant time.
-    std::unordered_set<std::uint64_t> m_visited;
-    posix::DirectoryListing m_listing;  // the one listing open at any time
+    posix::DirectoryReader m_reader;  // its buffer serves every recursive scan
 };
 
 }  // namespace FF_2_13

@@ -121,6 +121,13 @@ bool FoundFilesLazyIterator::validateAndAdd(const char* fileName, unsigned int s
     return false;
 }
 
+bool FoundFilesLazyIterator::wantsMissingCandidates() const {
+    // A missing candidate leaves nothing but its trace and info lines, and trace lines
+    // are only written when info lines are too.
+    return logging::logger().isEnabledFor(log4cplus::INFO_LOG_LEVEL) &&
+           logging::linesReachAnAppender();
+}
+
 ObjectPtr<IValidatedFile> FoundFilesLazyIterator::judge(const char* fileName,
                                                         unsigned int searchStep) {
     ObjectPtr<IValidatedFile> verdict = m_validator.validateInternal(fileName, searchStep);

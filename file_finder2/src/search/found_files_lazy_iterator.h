@@ -64,6 +64,8 @@ public:
     /// The next valid file, running steps as needed; empty when no step is left.
     ObjectPtr<IValidFile> next() override;
     bool validateAndAdd(const char* fileName, unsigned int searchStep) override;
+    /// Only while "*** DO__NOT__EXIST" lines reach someone.
+    bool wantsMissingCandidates() const override;
 
     IInvalidFileIterator& currentlyFoundInvalid() { return m_invalidIterator; }
     /// The valid files found so far, without running further steps.

@@ -10,12 +10,18 @@ namespace FF_2_13 {
 
 /// Takes every candidate path a producer composes. Implemented by the lazy iterator,
 /// which validates the candidate once, drops a duplicate, and files it as valid or
-/// invalid; producers never check a candidate themselves.
+/// invalid; producers never validate a candidate themselves.
 class ISearchResultsContainer {
 public:
     /// `fileName` is the candidate path; `searchStep` the search_step_t value of the step
     /// that produced it. True means: stop searching now (nothing more is wanted).
     virtual bool validateAndAdd(const char* fileName, unsigned int searchStep) = 0;
+    /// Whether a candidate that is not an existing regular file must still be offered.
+    /// The lazy iterator records nothing for one, and wants it only while it logs what
+    /// it is offered; otherwise a producer that already knows that a candidate is missing
+    /// (its directory's listing lacks the name) may leave it out and spare the container
+    /// a look-up by full name. A container that says nothing gets every candidate.
+    virtual bool wantsMissingCandidates() const { return true; }
 
 protected:
     ~ISearchResultsContainer() = default;

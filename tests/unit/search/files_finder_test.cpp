@@ -126,9 +126,36 @@ TEST_F(FilesFinderTest, FollowsLinksToDirectoriesAndSearchesHiddenOnes) {
               recursive);
 }
 
-TEST_F(FilesFinderTest, KeepsOneListingOpenAtATime) {
-    tree.makeDir("d/a/b/c/d/e/f");
-    tree.makeDir("d/a/b2/c2");
+TEST_F(FilesFinderTest, OffersOnlyListedCandidatesWhenTheContainerWantsNoMissingOnes) {
+    tree.makeFile("d/x/c.so");
+    tree.makeFile("d/x/y/c.so");
+    tree.makeDir("d/z/c.so");  // a directory of that name is no candidate
+    const std::string d = tree / "d";
+    FilesFinder finder(kStep);
+    finder.addSearchDirectory(d.c_str(), true);
+    RecordingResults results;
+    results.missingWanted = false;
+    EXPECT_FALSE(finder.find("c.so", results));
+    // The iterative candidate is offered whatever the listing says.
+    EXPECT_EQ((Paths{d + "/c.so", d + "/x/c.so", d + "/x/y/c.so"}), results.paths());
+}
+
+TEST_F(FilesFinderTest, KeepsDescriptorsWithinItsBoundOnATreeDeeperThanTheBound) {
+    // 80 levels, each with a leaf listed after the way down, so that every level has a
+    // sub-directory still to enter when the next is entered: more than the 64 levels that
+    // may keep their descriptors, so the shallowest are given up and their second
+    // sub-directories opened by full name.
+    std::string level = tree.makeDir("d");
+    for (int depth = 0; depth < 80; ++depth) {
+        tree.makeDir(level.substr(tree.path().size() + 1) + "/a");
+        tree.makeDir(level.substr(tree.path().size() + 1) + "/b");
+        level += "/" + fs::directory_iterator(level)->path().filename().string();
+    }
+    // The same pre-order walk, in the same listing order, by Boost.
+    Paths expected{tree / "d/c.so"};
+    for (fs::recursive_directory_iterator it(tree / "d"), end; it != end; ++it)
+        expected.push_back(it->path().string() + "/c.so");
+
     auto openDescriptors = [] { return fftest::entryNames("/proc/self/fd").size(); };
     const size_t baseline = openDescriptors();
     size_t most = 0;
@@ -140,8 +167,10 @@ TEST_F(FilesFinderTest, KeepsOneListingOpenAtATime) {
         return false;
     };
     EXPECT_FALSE(finder.find("c.so", results));
-    EXPECT_EQ(10u, results.offers.size());
-    EXPECT_LE(most, baseline + 1);  // the listing of the directory being offered, no more
+    Paths offers = results.paths();
+    offers.erase(offers.begin());  // the iterative candidate
+    EXPECT_EQ(expected, offers);
+    EXPECT_LE(most, baseline + 64 + 1);  // the levels kept, and the directory being listed
     EXPECT_EQ(baseline, openDescriptors());
 }
 
