@@ -98,14 +98,15 @@ public:
 ///  1. the candidate must be an ELF file ("InvalidSymbolFile" otherwise), of the
 ///     binary's class and machine when those are known ("ElfTargetMismatch"), that
 ///     carries debug information ("NoDebugInformation");
-///  2. the candidate that is the binary itself (the same file on disk) is accepted;
-///  3. with a build-id on the binary, the candidate's must be the same, and a candidate
+///  2. with a build-id on the binary, the candidate's must be the same, and a candidate
 ///     without one is refused ("SymBuildIdMismatch");
-///  4. without a build-id on the binary, the CRC-32 of the whole candidate must be the
-///     one the binary's debug link records ("DebugLinkCrcMismatch");
+///  3. without one, the candidate that is the binary itself (the same file on disk as
+///     `binaryPath`) is accepted;
+///  4. else the CRC-32 of the whole candidate must be the one the binary's debug link
+///     records ("DebugLinkCrcMismatch");
 ///  5. a binary that names neither leaves the candidate undecided.
 /// `binary` may be empty or unreadable (nothing is compared but step 1's ELF and debug
-/// information); `binaryPath` may be null (step 2 then never applies).
+/// information); `binaryPath` may be null (step 3 then never applies).
 class FF_EXPORT SymbolFileIdentityValidator : public IValidatorCallback {
 public:
     SymbolFileIdentityValidator(const ObjectPtr<IFileIdentity>& binary, const char* binaryPath);

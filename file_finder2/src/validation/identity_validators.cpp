@@ -75,17 +75,19 @@ unsigned int SymbolFileIdentityValidator::validate(const char* name, IErrorInfoC
                                         "InvalidSymbolFile"));
     if (refusedForTarget(candidate, m_binary, name, info)) return vrInvalid;
     if (!candidate.hasDebugInfo) return refuse(info, imNoDebugInformation, name, "", "");
-    // A binary that carries its own debug information is its own symbol file.
-    if (sameFile(name, m_binaryPath)) return vrValid;
-    if (!m_binary) return vrUndecided;
 
-    const std::string expectedId = m_binary->buildId();
+    const std::string expectedId = m_binary ? m_binary->buildId() : "";
     if (!expectedId.empty()) {
         // objcopy keeps the note in the debug file: one without it was not split from here.
+        // This comes before the binary itself: a path whose file was replaced since the
+        // identity was read (a library updated under a running process) is not the binary.
         if (candidate.buildId == expectedId) return vrValid;
         return refuse(info, imSymBuildIdMismatch, name, buildIdOrNone(candidate.buildId),
                       expectedId);
     }
+    // A binary that carries its own debug information is its own symbol file.
+    if (sameFile(name, m_binaryPath)) return vrValid;
+    if (!m_binary) return vrUndecided;
     if (m_binary->hasDebugLinkCrc()) {
         std::uint32_t crc = 0;
         if (!fileCrc32(name, crc))
