@@ -9,6 +9,14 @@ if(FF_CCACHE)
   set(CMAKE_C_COMPILER_LAUNCHER "${FF_CCACHE}")
 endif()
 
+# The shared libraries are linked with every reference resolved. Not in a clang build
+# with sanitizers: clang leaves their runtime out of shared libraries (the executable
+# brings it), so those references stay open there.
+set(FF_NO_UNDEFINED -Wl,--no-undefined)
+if(FF_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  set(FF_NO_UNDEFINED "")
+endif()
+
 if(FF_SANITIZE)
   string(REPLACE ";" "," _ff_sanitizers "${FF_SANITIZE}")
   add_compile_options(-fsanitize=${_ff_sanitizers} -fno-omit-frame-pointer -fno-sanitize-recover=all)
