@@ -369,8 +369,8 @@ TEST_F(FileFinderCli, SymAndBinRefuseFilesOfOtherBuildsAndFindTheRightOne) {
         FF_2_13::IFileIdentity::readFile((dir / "v2/libE.so.1").c_str())->buildId();
     ASSERT_EQ(id.size(), 40u);
     const std::string byId = ".build-id/" + id.substr(0, 2) + "/" + id.substr(2);
-    ASSERT_TRUE(shell("mkdir -p wrong/" + byId + " && rmdir wrong/" + byId + " && mkdir -p good/" +
-                      byId + " && rmdir good/" + byId + " && cp v2/libE.so.1 wrong/" + byId +
+    ASSERT_TRUE(shell("mkdir -p wrong/.build-id/" + id.substr(0, 2) + " good/.build-id/" +
+                      id.substr(0, 2) + " && cp v2/libE.so.1 wrong/" + byId +
                       " && cp bin/libE.so.1.debug wrong/" + byId +
                       ".debug && cp bin/libE.so.1 good/" + byId +
                       " && cp right/libE.so.1.debug good/" + byId + ".debug"));
