@@ -15,7 +15,7 @@ set -euo pipefail
 # same libraries scripts/install-deps.sh installs for the native build; keep them in step).
 packages=(
   g++ make cmake pkg-config ccache binutils file
-  libboost-filesystem-dev liblog4cplus-dev zlib1g-dev libssl-dev
+  libboost-filesystem-dev liblog4cplus-dev zlib1g-dev libssl-dev libelf-dev libdw-dev
   libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev nlohmann-json3-dev
 )
 

@@ -5,7 +5,7 @@ set -euo pipefail
 
 packages=(
   cmake g++ make pkg-config ccache
-  libboost-filesystem-dev liblog4cplus-dev zlib1g-dev libssl-dev
+  libboost-filesystem-dev liblog4cplus-dev zlib1g-dev libssl-dev libelf-dev libdw-dev
   libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev nlohmann-json3-dev
   clang libclang-rt-14-dev binutils
   # ./test.sh's memcheck pass; llvm-symbolizer (llvm) names the frames of fuzzer crashes

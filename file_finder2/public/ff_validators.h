@@ -6,6 +6,7 @@
 //   ChecksumValidator                    the candidate's checksum equals the expected one
 //   SourceFileUpToDateCheckValidator     a source file is not newer than its binary
 //   SourceFileTimeAndSizeMatchValidator  a source file has the recorded time and size
+//   ValidatorChain                       several of these (or the client's own) as one
 //
 // The two time-based validators ignore time differences under the directories given to
 // addTimeCheckExceptionDir (directories compared by identity, so a directory reached
@@ -19,6 +20,10 @@
 //
 //   SourceFileUpToDateCheckValidator notNewer("/usr/lib/libx.so", /*acceptWhenOlder=*/true);
 //   notNewer.addTimeCheckExceptionDir("/usr/include");
+//
+//   ValidatorChain both;                  // the identity first: it is cheaper than a hash
+//   both.add(&sameBuild);                 // a SymbolFileIdentityValidator (ff_identity.h)
+//   both.add(&byChecksum);
 //
 // Unlike the rest of the interface these are concrete classes: the client constructs them
 // (on its stack, say) and owns them, and may derive from them to word their messages
@@ -132,6 +137,24 @@ private:
     unsigned long long m_expectedSize;
     ObjectPtr<IModificationTimeMismatchMessage> m_timeMismatchMessage;
     ObjectPtr<ISizeMismatchMessage> m_sizeMismatchMessage;
+};
+
+/// Several validators as one, asked in the order they were added. The first refusal
+/// ends the chain and is the answer (its severity and message stand); otherwise a file
+/// that any of them accepted outright is accepted outright (a build-id that matches needs
+/// no checksum that cannot be computed), and a file that none accepted is undecided. An
+/// empty chain leaves every file undecided. The validators are borrowed: they must live
+/// as long as the chain is used.
+class FF_EXPORT ValidatorChain : public IValidatorCallback {
+public:
+    /// Appends `validator`; a null one is ignored.
+    void add(IValidatorCallback* validator);
+    bool empty() const { return m_validators.empty(); }
+
+    unsigned int validate(const char* name, IErrorInfoContainer& info) override;
+
+private:
+    std::vector<IValidatorCallback*> m_validators;
 };
 
 }  // namespace FF_2_13

@@ -19,6 +19,7 @@
 #include "ff_file_retriever.h"
 #include "ff_messages.h"
 #include "ff_validators.h"
+#include "ff_identity.h"
 #include "ff_callbacks.h"
 #include "ff_kernel_image.h"
 #include "ff_history.h"

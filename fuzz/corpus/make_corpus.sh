@@ -90,3 +90,24 @@ printf 'exe\t/bin/x\nbin\nbin\t\nsym\tx.debug\nsym\tx.debug\t\nsrc\ta.c\t/b\tsha
   seed manifest malformed-lines
 printf 'bin\tname ending in a return\r\r\nsym\t\xff\xfe.debug\t/bin/\x80\nbin\tno final newline' |
   seed manifest odd-bytes
+
+# --- fuzz_elf_identity: small ELF files the compiler and binutils write, whole and cut.
+elf_work=$(mktemp -d)
+trap 'rm -rf "$elf_work"' EXIT
+printf 'int f(void) { return 1; }\n' >"$elf_work/f.c"
+elf() {  # elf NAME CC-FLAGS...: a shared object without the C library, small
+  local name=$1; shift
+  cc -shared -fPIC -nostdlib -Os -Wl,-z,noseparate-code "$@" -o "$elf_work/$name" "$elf_work/f.c"
+}
+elf with-build-id -g -Wl,--build-id
+elf without-build-id -g -Wl,--build-id=none
+elf md5-build-id -Wl,--build-id=md5
+objcopy --only-keep-debug "$elf_work/with-build-id" "$elf_work/split.debug"
+objcopy --strip-debug --add-gnu-debuglink="$elf_work/split.debug" "$elf_work/with-build-id" "$elf_work/stripped"
+objcopy --compress-debug-sections "$elf_work/split.debug" "$elf_work/compressed.debug"
+for name in without-build-id md5-build-id split.debug stripped compressed.debug; do
+  seed elf_identity "$name" <"$elf_work/$name"
+done
+# The first bytes of one, as a process maps them: no section headers.
+head -c 1024 "$elf_work/stripped" | seed elf_identity first-page
+printf '/* GNU ld script */\nGROUP ( libc.so.6 )\n' | seed elf_identity linker-script

@@ -39,6 +39,18 @@ catalog_t commonCatalog() {
         {"FileIsNotRegular", "The file {arg1} is not a regular file."},
         {"NoDataForSourceFileValidation",
          "There is no reference file to validate the source file against. {arg1}"},
+        // The identity validators': the candidate, what it is, what it should be.
+        {"SymBuildIdMismatch",
+         "The build ID of the symbol file {arg1} ({arg2}) is not the build ID of the binary "
+         "({arg3})."},
+        {"BinBuildIdMismatch",
+         "The build ID of the binary file {arg1} ({arg2}) is not the expected build ID ({arg3})."},
+        {"DebugLinkCrcMismatch",
+         "The CRC of the symbol file {arg1} ({arg2}) is not the CRC that the binary's debug link "
+         "records ({arg3})."},
+        {"ElfTargetMismatch", "The file {arg1} is built for {arg2}, the binary for {arg3}."},
+        {"NoDebugInformation",
+         "The file {arg1} carries no debug information, so it is not a symbol file."},
     };
 }
 

@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "ff_identity.h"
 #include "temp_dir.h"
 #include "unprivileged.h"
 
@@ -62,6 +63,49 @@ protected:
 
     fftest::TempDir dir;
 };
+
+// A program started for a test and killed at its end. The constructor returns once the
+// program's main() runs (its libraries are loaded then): it writes one byte to its
+// standard output first.
+class RunningChild {
+public:
+    explicit RunningChild(const std::string& program) {
+        int ready[2];
+        if (::pipe2(ready, O_CLOEXEC) != 0) return;
+        m_pid = ::fork();
+        if (m_pid == 0) {
+            ::dup2(ready[1], 1);  // the copy is not closed by exec
+            ::execl(program.c_str(), program.c_str(), static_cast<char*>(nullptr));
+            ::_exit(127);
+        }
+        ::close(ready[1]);
+        char byte;
+        m_ready = m_pid > 0 && ::read(ready[0], &byte, 1) == 1;
+        ::close(ready[0]);
+    }
+    ~RunningChild() {
+        if (m_pid <= 0) return;
+        ::kill(m_pid, SIGKILL);
+        ::waitpid(m_pid, nullptr, 0);
+    }
+    RunningChild(const RunningChild&) = delete;
+    RunningChild& operator=(const RunningChild&) = delete;
+
+    bool ready() const { return m_ready; }
+    std::string pid() const { return std::to_string(m_pid); }
+
+private:
+    pid_t m_pid = -1;
+    bool m_ready = false;
+};
+
+// The row of `kind` whose request has `field` equal to `value`; null when there is none.
+nlohmann::json rowOf(const nlohmann::json& rows, const char* kind, const char* field,
+                     const std::string& value) {
+    for (const nlohmann::json& row : rows)
+        if (row["request"]["kind"] == kind && row["request"].value(field, "") == value) return row;
+    return nlohmann::json();
+}
 
 }  // namespace
 
@@ -268,7 +312,8 @@ TEST_F(FileFinderCli, LogLevelWritesTheLibrarysLogToStderr) {
 TEST_F(FileFinderCli, ResolveFindsASplitDebugFileByBuildIdAndByDebugLink) {
     if (!shell("{ command -v cc && command -v objcopy && command -v readelf; } >/dev/null 2>&1"))
         GTEST_SKIP() << "cc, objcopy or readelf is not installed";
-    dir.makeFile("prog.c", "#include <unistd.h>\nint main(void) { pause(); return 0; }\n");
+    dir.makeFile("prog.c",
+                 "#include <unistd.h>\nint main(void) { write(1, \"r\", 1); pause(); }\n");
     ASSERT_TRUE(
         shell("cc -g -Wl,--build-id=sha1 -o prog prog.c && "
               "objcopy --only-keep-debug prog prog.debug && "
@@ -282,38 +327,13 @@ TEST_F(FileFinderCli, ResolveFindsASplitDebugFileByBuildIdAndByDebugLink) {
         dir.makeDir("store/.build-id/" + id.substr(0, 2)) + "/" + id.substr(2) + ".debug";
     ASSERT_EQ(std::rename((dir / "prog.debug").c_str(), byId.c_str()), 0);
 
-    // A close-on-exec pipe tells when exec has replaced the child with the program: its
-    // write end closes then, and the read below returns.
-    int execDone[2];
-    ASSERT_EQ(::pipe2(execDone, O_CLOEXEC), 0);
-    const pid_t child = ::fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        ::execl((dir / "prog").c_str(), "prog", static_cast<char*>(nullptr));
-        ::_exit(127);
-    }
-    struct Reaper {
-        pid_t pid;
-        ~Reaper() {
-            ::kill(pid, SIGKILL);
-            ::waitpid(pid, nullptr, 0);
-        }
-    } reaper{child};
-    ::close(execDone[1]);
-    char ignored;
-    EXPECT_EQ(::read(execDone[0], &ignored, 1), 0);
-    ::close(execDone[0]);
-
+    const RunningChild child(dir / "prog");
+    ASSERT_TRUE(child.ready());
     auto symbolRow = [&](const std::string& searchDir) {
-        const nlohmann::json rows =
-            nlohmann::json::parse(run({"resolve", "--pid", std::to_string(child), "--json",
-                                       "--search-dir=symbols:" + searchDir})
-                                      .out);
-        for (const nlohmann::json& row : rows)
-            if (row["request"]["kind"] == "sym" &&
-                row["request"].value("binary", "") == dir / "prog")
-                return row;
-        return nlohmann::json();
+        return rowOf(nlohmann::json::parse(run({"resolve", "--pid", child.pid(), "--json",
+                                                "--search-dir=symbols:" + searchDir})
+                                               .out),
+                     "sym", "binary", dir / "prog");
     };
     const nlohmann::json byBuildId = symbolRow(dir / "store");
     EXPECT_EQ(byBuildId.value("found", nlohmann::json()), byId) << byBuildId.dump();
@@ -322,4 +342,153 @@ TEST_F(FileFinderCli, ResolveFindsASplitDebugFileByBuildIdAndByDebugLink) {
     ASSERT_EQ(std::rename(byId.c_str(), (dir.makeDir("links") + "/prog.debug").c_str()), 0);
     const nlohmann::json byLink = symbolRow(dir / "links");
     EXPECT_EQ(byLink.value("found", nlohmann::json()), dir / "links/prog.debug") << byLink.dump();
+}
+
+// Two builds of one library, each split into a debug file; one without a build-id; a
+// text file where the around-binary step looks. `sym` and `bin` refuse every file of
+// another build, with its reason, and still find the right one.
+TEST_F(FileFinderCli, SymAndBinRefuseFilesOfOtherBuildsAndFindTheRightOne) {
+    if (!shell("{ command -v cc && command -v objcopy; } >/dev/null 2>&1"))
+        GTEST_SKIP() << "cc or objcopy is not installed";
+    dir.makeFile("a.c", "int f(void) { return 1; }\n");
+    dir.makeFile("b.c", "int f(void) { return 2; }\n");
+    ASSERT_TRUE(shell(
+        "split() { objcopy --only-keep-debug $1 $2 && "
+        "objcopy --strip-debug --add-gnu-debuglink=$2 $1; }; mkdir bin v2 right nb nb2 && "
+        "cc -g -shared -fPIC -Wl,--build-id -o bin/libE.so.1 a.c && "
+        "split bin/libE.so.1 right/libE.so.1.debug && "
+        "cc -g -shared -fPIC -Wl,--build-id -o v2/libE.so.1 b.c && "
+        "split v2/libE.so.1 bin/libE.so.1.debug && echo 'GROUP ( libE.so.1 )' > bin/libE.so && "
+        "cc -g -shared -fPIC -Wl,--build-id=none -o nb/libN.so a.c && "
+        "split nb/libN.so right/libN.so.debug && "
+        "cc -g -shared -fPIC -Wl,--build-id=none -o nb2/libN.so b.c && "
+        "split nb2/libN.so nb/libN.so.debug && cc -shared -fPIC -o plain.so a.c"));
+    const std::string id =
+        FF_2_13::IFileIdentity::readFile((dir / "bin/libE.so.1").c_str())->buildId();
+    const std::string other =
+        FF_2_13::IFileIdentity::readFile((dir / "v2/libE.so.1").c_str())->buildId();
+    ASSERT_EQ(id.size(), 40u);
+    const std::string byId = ".build-id/" + id.substr(0, 2) + "/" + id.substr(2);
+    ASSERT_TRUE(shell("mkdir -p wrong/.build-id/" + id.substr(0, 2) + " good/.build-id/" +
+                      id.substr(0, 2) + " && cp v2/libE.so.1 wrong/" + byId +
+                      " && cp bin/libE.so.1.debug wrong/" + byId +
+                      ".debug && cp bin/libE.so.1 good/" + byId +
+                      " && cp right/libE.so.1.debug good/" + byId + ".debug"));
+
+    // A rejection is reported when nothing is found: each refusal has a case of its own.
+    const struct {
+        const char* args;
+        const char* found;    // as the search directories were given; "" when nothing is
+        const char* refused;  // a part of a rejection's message
+    } cases[] = {
+        {"sym libE.so.1.debug --binary bin/libE.so.1", "", "is not the build ID of the binary"},
+        {"sym libE.so.1.debug --binary bin/libE.so.1 --search-dir=symbols:right",
+         "right/libE.so.1.debug", ""},
+        {"sym libE.so.1.debug --binary bin/libE.so.1 --no-identity-check", "bin/libE.so.1.debug",
+         ""},
+        {"sym nonsense --binary bin/libE.so.1", "", "is not a valid symbol file"},
+        {"sym plain.so --binary plain.so", "", "carries no debug information"},
+        {"sym libN.so.debug --binary nb/libN.so", "", "the binary's debug link records"},
+        {"sym libN.so.debug --binary nb/libN.so --search-dir=symbols:right", "right/libN.so.debug",
+         ""},
+        {"sym --build-id ID --search-dir=symbols:wrong", "", "is not the build ID of the binary"},
+        {"sym --build-id ID --search-dir=symbols,high:wrong --search-dir=symbols:good",
+         "good/BYID.debug", ""},
+        {"bin --build-id ID --search-dir=binaries:wrong", "", "is not the expected build ID"},
+        {"bin --build-id ID --search-dir=binaries,high:wrong --search-dir=binaries:good",
+         "good/BYID", ""},
+        {"bin DIR/bin/libE.so.1 --build-id OTHER", "", "is not the expected build ID"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.args);
+        std::string args = c.args;
+        for (const auto& [word, value] :
+             {std::pair<std::string, std::string>{"OTHER", other}, {"ID", id}, {"DIR", dir.path()}})
+            if (args.find(word) != std::string::npos)
+                args.replace(args.find(word), word.size(), value);
+        std::string found = c.found;
+        if (found.find("BYID") != std::string::npos) found.replace(found.find("BYID"), 4, byId);
+        const Result result = run(words(args + " --json"));
+        ASSERT_EQ(result.code, *c.found ? 0 : 1) << result.err;
+        const nlohmann::json row = nlohmann::json::parse(result.out).at(0);
+        EXPECT_EQ(row["found"], *c.found ? nlohmann::json(found) : nlohmann::json()) << row.dump();
+        EXPECT_NE(row["rejected"].dump().find(c.refused), std::string::npos) << row.dump();
+    }
+    // A binary of another build than --build-id says is bad input.
+    EXPECT_EQ(run(words("sym x --binary bin/libE.so.1 --build-id " + other)).code, 2);
+}
+
+// A program whose library is replaced on disk, and another deleted, after it loaded
+// them: each resolves to the build-id it loaded, by root through map_files and by an
+// ordinary user through the process's memory.
+TEST_F(FileFinderCli, ResolvePidReportsWhatTheProcessLoadedOfReplacedAndDeletedLibraries) {
+    if (!shell("command -v cc >/dev/null 2>&1 && command -v objcopy >/dev/null 2>&1"))
+        GTEST_SKIP() << "cc or objcopy is not installed";
+    dir.makeFile("e1.c", "int e(void) { return 1; }\n");
+    dir.makeFile("e2.c", "int e(void) { return 2; }\n");
+    dir.makeFile("d.c", "int d(void) { return 3; }\n");
+    dir.makeFile("prog.c",
+                 "#include <unistd.h>\nint e(void); int d(void);\n"
+                 "int main(void) { write(1, \"r\", 1); pause(); return e() + d(); }\n");
+    ASSERT_TRUE(
+        shell("mkdir new && cc -g -shared -fPIC -Wl,--build-id -o libE.so e1.c && "
+              "cc -g -shared -fPIC -Wl,--build-id -o new/libE.so e2.c && "
+              "cc -g -shared -fPIC -Wl,--build-id -o libD.so d.c && "
+              "cc -o prog prog.c -L. -lE -lD -Wl,-rpath,'$ORIGIN'"));
+    auto idOf = [&](const std::string& file) {
+        return std::string(FF_2_13::IFileIdentity::readFile((dir / file).c_str())->buildId());
+    };
+    const std::string loadedE = idOf("libE.so"), loadedD = idOf("libD.so");
+    for (const auto& [library, id] :
+         {std::pair<std::string, std::string>{"libE.so", loadedE}, {"libD.so", loadedD}})
+        ASSERT_TRUE(shell("mkdir -p store/.build-id/" + id.substr(0, 2) +
+                          " && objcopy --only-keep-debug " + library + " store/.build-id/" +
+                          id.substr(0, 2) + "/" + id.substr(2) + ".debug"));
+    for (const char* output : {"stdout", "stderr"}) dir.makeFile(output, "");
+    fftest::openToEveryone(dir.path());
+    // The unprivileged run replaces files here and writes its output.
+    for (const char* writable : {"", "/new", "/stdout", "/stderr"})
+        ::chmod((dir.path() + writable).c_str(), 0777);
+
+    // Starts the program, replaces and deletes, resolves; the rows are in "stdout".
+    const auto resolveAfterReplacing = [&]() {
+        const RunningChild child(dir / "prog");
+        return child.ready() &&
+               shell(
+                   "cp libE.so old-libE.so && cp libD.so old-libD.so && "
+                   "mv new/libE.so libE.so && rm libD.so") &&
+               run({"resolve", "--pid", child.pid(), "--json",
+                    "--search-dir=symbols:" + (dir / "store")})
+                       .code == 1 &&
+               shell(
+                   "mv libE.so new/libE.so && mv old-libE.so libE.so && "
+                   "mv old-libD.so libD.so");
+    };
+    for (const bool privileged : {true, false}) {
+        SCOPED_TRACE(privileged ? "as root (or whoever runs the tests)" : "unprivileged");
+        if (privileged)
+            ASSERT_TRUE(resolveAfterReplacing());
+        else
+            ASSERT_EQ(fftest::runUnprivileged(resolveAfterReplacing), 0);
+        const nlohmann::json rows = nlohmann::json::parse(readFile(dir / "stdout"));
+        // Said once, whatever the number of modules it concerns.
+        const std::string notes = readFile(dir / "stderr");
+        const bool asRoot = ::geteuid() == 0 && privileged;
+        EXPECT_EQ(notes.find("map_files") == std::string::npos, asRoot) << notes;
+        EXPECT_EQ(notes.find("map_files"), notes.rfind("map_files")) << notes;
+        for (const auto& [library, id, state] :
+             {std::tuple<std::string, std::string, std::string>{"libE.so", loadedE, "replaced"},
+              {"libD.so", loadedD, "deleted"}}) {
+            SCOPED_TRACE(library);
+            const nlohmann::json bin = rowOf(rows, "bin", "name", dir / library);
+            EXPECT_EQ(bin.value("state", ""), state) << bin.dump();
+            EXPECT_EQ(bin.value("buildId", ""), id);
+            EXPECT_TRUE(bin["found"].is_null()) << bin.dump();  // the file there is not it
+            const nlohmann::json sym = rowOf(rows, "sym", "binary", dir / library);
+            EXPECT_EQ(sym.value("found", nlohmann::json()),
+                      dir / ("store/.build-id/" + id.substr(0, 2) + "/" + id.substr(2) + ".debug"))
+                << sym.dump();
+        }
+        EXPECT_NE(rowOf(rows, "sym", "binary", "[vdso]").value("buildId", ""), "");
+    }
 }

@@ -13,7 +13,7 @@
 #include "core/exit_codes.h"
 #include "core/file_locator.h"
 #include "core/manifest.h"
-#include "core/proc_maps.h"
+#include "core/process_modules.h"
 #include "core/progress_line.h"
 #include "core/resolver.h"
 #include "core/search_options.h"
@@ -35,6 +35,7 @@ struct SingleSearch {
     std::string name;
     std::string binary;
     std::string checksum;
+    std::string buildId;
     long long modificationTime = 0;
     unsigned long long size = 0;
     CLI::Option* modificationTimeOption = nullptr;
@@ -67,6 +68,31 @@ int answerAndPrint(const SearchSettings& settings, bool json,
     return exitCodeFor(rows);
 }
 
+// What a `bin` or `sym` request must be, from --build-id and the binary. False with
+// `error` set when they say different things.
+bool identityOf(const SingleSearch& command, FF_2_13::ObjectPtr<FF_2_13::IFileIdentity>& identity,
+                std::string& error) {
+    using FF_2_13::IFileIdentity;
+    if (!command.buildId.empty()) {
+        identity = IFileIdentity::fromBuildId(command.buildId.c_str());
+        if (!identity) {
+            error = "--build-id '" + command.buildId +
+                    "' is not a build-id: an even number of hexadecimal digits, at least 4";
+            return false;
+        }
+    }
+    if (command.kind != RequestKind::kSymbol || command.binary.empty()) return true;
+    FF_2_13::ObjectPtr<IFileIdentity> binary = IFileIdentity::readFile(command.binary.c_str());
+    if (binary->status() != FF_2_13::irsElf) return true;  // the locator says why later
+    if (identity && *binary->buildId() && identity->buildId() != std::string(binary->buildId())) {
+        error = "the binary " + command.binary + " has the build-id " + binary->buildId() +
+                ", not " + identity->buildId();
+        return false;
+    }
+    if (!identity || *binary->buildId()) identity = binary;
+    return true;
+}
+
 int runSingleSearch(const SingleSearch& command) {
     SearchSettings settings;
     std::string error;
@@ -75,6 +101,11 @@ int runSingleSearch(const SingleSearch& command) {
     request.kind = command.kind;
     request.name = command.name;
     request.binary = command.binary;
+    if (!identityOf(command, request.identity, error)) return fail(kExitBadInput, error);
+    if (command.name.empty() && command.buildId.empty())
+        return fail(kExitBadInput, "give the NAME of the file, or its --build-id");
+    if (command.kind == RequestKind::kSymbol && command.binary.empty() && command.buildId.empty())
+        return fail(kExitBadInput, "give the --binary of the symbol file, or its --build-id");
     if (!command.checksum.empty()) {
         ExpectedChecksum checksum;
         if (!parseChecksum(command.checksum, checksum, error))
@@ -84,8 +115,18 @@ int runSingleSearch(const SingleSearch& command) {
     if (command.modificationTimeOption && command.modificationTimeOption->count())
         request.modificationTime = command.modificationTime;
     if (command.sizeOption && command.sizeOption->count()) request.size = command.size;
-    return answerAndPrint(settings, command.search.json, [&request](Resolver& resolver) {
-        return resolver.resolveRequests({request});
+    // A recorded build-id also names the file: .build-id/xx/rest, and .debug for symbols.
+    std::vector<std::string> names;
+    if (!command.name.empty()) names.push_back(command.name);
+    if (!command.buildId.empty()) {
+        const std::string id = request.identity->buildId();
+        names.push_back(command.kind == RequestKind::kSymbol ? buildIdDebugName(id)
+                                                             : buildIdBinaryName(id));
+    }
+    request.name = names.front();
+    return answerAndPrint(settings, command.search.json, [&](Resolver& resolver) {
+        return names.size() == 1 ? resolver.resolveRequests({request})
+                                 : resolver.resolveUnderNames(request, names);
     });
 }
 
@@ -108,12 +149,19 @@ int runResolve(const ResolveCommand& command) {
     }
 
     const std::string pid = command.pid > 0 ? std::to_string(command.pid) : "self";
-    const std::optional<std::vector<MappedModule>> modules = readProcMaps(pid, error);
-    if (!modules) return fail(kExitBadInput, error);
-    std::vector<std::string> binaries;
-    for (const MappedModule& module : *modules) binaries.push_back(module.path);
-    return answerAndPrint(settings, command.search.json, [&binaries](Resolver& resolver) {
-        return resolver.resolveModules(binaries);
+    std::vector<std::string> notes;
+    const std::optional<std::vector<LoadedModule>> loaded = readLoadedModules(pid, notes, error);
+    if (!loaded) return fail(kExitBadInput, error);
+    for (const std::string& note : notes) std::cerr << "file-finder: " << note << '\n';
+    std::vector<ModuleToResolve> modules;
+    for (const LoadedModule& module : *loaded) {
+        const std::string buildId = module.identity ? module.identity->buildId() : "";
+        modules.push_back({module.mapping.path, module.identity,
+                           ModuleLoad{module.mapping.range(), module.state, buildId},
+                           module.mapping.vdso});
+    }
+    return answerAndPrint(settings, command.search.json, [&modules](Resolver& resolver) {
+        return resolver.resolveModules(modules);
     });
 }
 
@@ -126,29 +174,38 @@ void addSingleSearch(CLI::App& app, CommandAction& action, RequestKind kind) {
             sub = app.add_subcommand("bin",
                                      "Find a binary module (executable, shared object, "
                                      "kernel or kernel module)");
-            sub->add_option("NAME", command->name, "The binary as recorded")->required();
+            sub->add_option("NAME", command->name,
+                            "The binary as recorded (may be left out with --build-id)");
             sub->footer(
-                std::string(
-                    "Examples:\n"
-                    "  file-finder bin /usr/lib/x86_64-linux-gnu/libc.so.6\n"
-                    "  file-finder bin libm.so.6 --search-dir=binaries:/opt/app/lib\n"
-                    "  file-finder bin ext4 --kernel-release 6.1.0-13-amd64\n"
-                    "  file-finder bin vmlinux --kernel-release 6.1.0-13-amd64 --json\n\n") +
+                std::string("Examples:\n"
+                            "  file-finder bin /usr/lib/x86_64-linux-gnu/libc.so.6\n"
+                            "  file-finder bin libm.so.6 --search-dir=binaries:/opt/app/lib\n"
+                            "  file-finder bin ext4 --kernel-release 6.1.0-13-amd64\n"
+                            "  file-finder bin vmlinux --kernel-release 6.1.0-13-amd64 --json\n"
+                            "  file-finder bin --build-id 3a9f00c1d2e4f5 "
+                            "--search-dir=binaries:/srv/bin\n\n") +
                 kSearchOutput);
             break;
         case RequestKind::kSymbol:
             sub = app.add_subcommand("sym", "Find the symbol file of a binary");
-            sub->add_option("NAME", command->name, "The symbol file as recorded")->required();
-            sub->add_option("--binary", command->binary, "The binary the symbol file belongs to")
-                ->type_name("BIN")
-                ->required();
+            sub->add_option("NAME", command->name,
+                            "The symbol file as recorded (may be left out with --build-id)");
+            sub->add_option("--binary", command->binary,
+                            "The binary the symbol file belongs to (may be left out with "
+                            "--build-id)")
+                ->type_name("BIN");
             sub->footer(
                 std::string("Examples:\n"
                             "  file-finder sym libx.so.1.debug --binary /opt/app/lib/libx.so.1\n"
                             "  file-finder sym .build-id/3a/9f00c1d2.debug --binary /usr/bin/ls\n"
                             "  file-finder sym app.debug --binary /opt/app/bin/app \\\n"
                             "      --search-dir=symbols,recursive:/srv/debug --checksum "
-                            "md5:9e107d9d372bb6826bd81d3542a419d6\n\n") +
+                            "md5:9e107d9d372bb6826bd81d3542a419d6\n"
+                            "  file-finder sym --build-id 3a9f00c1d2e4f5 "
+                            "--search-dir=symbols:/srv/debug\n\n"
+                            "The symbol file must belong to the binary: the same build-id (or, "
+                            "without one,\nthe CRC its debug link records), the same target, "
+                            "and debug information.\n--no-identity-check accepts any file.\n\n") +
                 kSearchOutput);
             break;
         case RequestKind::kSource:
@@ -174,6 +231,14 @@ void addSingleSearch(CLI::App& app, CommandAction& action, RequestKind kind) {
     }
     sub->add_option("--checksum", command->checksum, "The file's expected checksum")
         ->type_name("md5:HEX|sha1:HEX");
+    if (kind != RequestKind::kSource)
+        sub->add_option("--build-id", command->buildId,
+                        kind == RequestKind::kBinary
+                            ? "The binary's recorded build-id: it must have it, and it is also "
+                              "looked for as .build-id/xx/rest"
+                            : "The recorded build-id of the binary: the symbol file must have "
+                              "it, and it is also looked for as .build-id/xx/rest.debug")
+            ->type_name("HEX");
     addSearchOptions(*sub, command->search);
     sub->callback([&action, command] { action = [command] { return runSingleSearch(*command); }; });
 }
@@ -200,7 +265,12 @@ void addResolve(CLI::App& app, CommandAction& action) {
         "For each module of the process, the binary is searched, then its symbol file under\n"
         "the names the binary gives: the build-id name .build-id/xx/rest.debug, the\n"
         ".gnu_debuglink name, and the binary itself when it carries debug information.\n"
-        "Each module is resolved once. In a manifest, '#' lines and blank lines are skipped\n"
+        "Both are held to the module as the process loaded it (its build-id, read from\n"
+        "/proc/PID/map_files or the process's memory when the file on disk was deleted or\n"
+        "replaced since); the vDSO's symbol file is looked for by its build-id. With --json\n"
+        "each row of a module also has its buildId, range and state (loaded, deleted,\n"
+        "replaced). Each module is resolved once. In a manifest, '#' lines and blank lines are "
+        "skipped\n"
         "and CHECKSUM is md5:HEX or sha1:HEX; a malformed line is reported with its number\n"
         "and the rest is still resolved (the exit code is then 2).\n\n"
         "Examples:\n"

@@ -53,30 +53,12 @@ private:
     Outcome* m_outcome = nullptr;
 };
 
-// Runs several validators: a file one of them rejects is rejected, a file all of them
-// accept is accepted, anything else is left to the confidence-level policy.
-class AllOf : public IValidatorCallback {
-public:
-    void add(IValidatorCallback* validator) { m_validators.push_back(validator); }
-    bool empty() const { return m_validators.empty(); }
-    unsigned int validate(const char* name, IErrorInfoContainer& info) override {
-        unsigned int result = vrValid;
-        for (IValidatorCallback* validator : m_validators) {
-            const unsigned int answer = validator->validate(name, info);
-            if (answer == vrInvalid) return vrInvalid;
-            if (answer != vrValid) result = vrUndecided;
-        }
-        return result;
-    }
-
-private:
-    std::vector<IValidatorCallback*> m_validators;
-};
-
 class LibraryLocator : public FileLocator {
 public:
     explicit LibraryLocator(const SearchSettings& settings)
-        : m_manager(IResolutionContextMgr::create()), m_calculator(IChecksumCalculator::create()) {
+        : m_manager(IResolutionContextMgr::create()),
+          m_calculator(IChecksumCalculator::create()),
+          m_identityCheck(settings.identityCheck) {
         ObjectPtr<IResolutionContext> user = m_manager->createUserWideContext();
         ObjectPtr<IResolutionContext> searchFrom = user;
         if (!settings.resultDir.empty()) {
@@ -115,7 +97,11 @@ public:
 
     Outcome locate(const Request& request) override {
         Outcome outcome;
-        AllOf validators;
+        // The identity first: it reads a few headers where a checksum reads the whole file,
+        // and its refusal says more.
+        ValidatorChain validators;
+        std::unique_ptr<IValidatorCallback> identity = identityValidator(request);
+        validators.add(identity.get());
         std::unique_ptr<ChecksumValidator> checksum;
         std::unique_ptr<SourceFileTimeAndSizeMatchValidator> timeAndSize;
         std::string checksumText;
@@ -164,8 +150,26 @@ public:
     }
 
 private:
+    std::unique_ptr<IValidatorCallback> identityValidator(const Request& request) const {
+        if (!m_identityCheck) return nullptr;
+        switch (request.kind) {
+            case RequestKind::kBinary:
+                if (!request.identity) return nullptr;
+                return std::make_unique<BinaryIdentityValidator>(request.identity);
+            case RequestKind::kSymbol:
+                return std::make_unique<SymbolFileIdentityValidator>(
+                    request.identity ? request.identity
+                                     : IFileIdentity::readFile(request.binary.c_str()),
+                    request.binary.c_str());
+            case RequestKind::kSource:
+                break;
+        }
+        return nullptr;
+    }
+
     ObjectPtr<IResolutionContextMgr> m_manager;
     ObjectPtr<IChecksumCalculator> m_calculator;
+    const bool m_identityCheck;
     RejectionRecorder m_rejections;
     ObjectPtr<IFileSearch> m_search;
 };

@@ -36,6 +36,10 @@ void addSearchOptions(CLI::App& command, SearchOptions& options) {
         .add_option("--kernel-release", options.kernelRelease,
                     "Kernel release of the recorded system (finds /boot/vmlinux-R and modules)")
         ->type_name("R");
+    command.add_flag("--no-identity-check", options.noIdentityCheck,
+                     "Accept a symbol file without comparing its build-id (or debug link CRC), "
+                     "target and debug information with the binary's, and a binary without "
+                     "comparing its build-id with the expected one");
     command.add_flag("--json", options.json, "Print a JSON array instead of the table");
 }
 
@@ -64,6 +68,7 @@ bool makeSearchSettings(const SearchOptions& options, SearchSettings& settings,
     parsed.cacheDir = options.cacheDir;
     parsed.resultDir = options.resultDir;
     parsed.kernelRelease = options.kernelRelease;
+    parsed.identityCheck = !options.noIdentityCheck;
     settings = parsed;
     return true;
 }

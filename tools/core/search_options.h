@@ -11,6 +11,7 @@
 //   --result-dir DIR       a result directory context below the user-wide context
 //   --steps [+|-]STEP,...  switch search steps on or off (step_names.h)
 //   --kernel-release R     the kernel release of the recorded system
+//   --no-identity-check    accept binaries and symbol files of other builds (ff_identity.h)
 //   --json                 a JSON array instead of the table
 #pragma once
 
@@ -33,6 +34,7 @@ struct SearchOptions {
     std::string resultDir;
     std::vector<std::string> steps;
     std::string kernelRelease;
+    bool noIdentityCheck = false;
     bool json = false;
 };
 
@@ -48,6 +50,8 @@ struct SearchSettings {
     std::string kernelRelease;
     /// Applied to the binary, symbol and source categories alike.
     StepChanges steps;
+    /// Hold binaries and symbol files to the identity of their binary.
+    bool identityCheck = true;
 };
 
 /// Adds the options above to `command`, storing into `options`.

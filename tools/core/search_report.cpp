@@ -25,6 +25,7 @@ nlohmann::ordered_json requestJson(const Request& request) {
     if (request.checksum) json["checksum"] = request.checksum->text();
     if (request.modificationTime) json["modificationTime"] = *request.modificationTime;
     if (request.size) json["size"] = *request.size;
+    if (!request.buildId().empty()) json["buildId"] = request.buildId();
     return json;
 }
 
@@ -82,6 +83,12 @@ nlohmann::ordered_json toJson(const std::vector<ResolveRow>& rows) {
                 json["otherNames"].push_back(jsonName(name));
         }
         if (!outcome.error.empty()) json["error"] = jsonName(outcome.error);
+        if (row.load) {
+            json["buildId"] = row.load->buildId.empty() ? nlohmann::ordered_json()
+                                                        : nlohmann::ordered_json(row.load->buildId);
+            json["range"] = row.load->range;
+            json["state"] = loadStateWord(row.load->state);
+        }
         array.push_back(std::move(json));
     }
     return array;
@@ -123,6 +130,11 @@ void writeTable(std::ostream& out, const std::vector<ResolveRow>& rows) {
         if (!row.request.binary.empty() && !underItsBinary &&
             row.request.name != row.request.binary)
             out << indent << "of binary " << printable(row.request.binary) << '\n';
+        if (row.load && row.load->state != LoadState::kLoaded &&
+            row.request.kind == RequestKind::kBinary)
+            out << indent << loadStateWord(row.load->state) << " since the process loaded it at "
+                << row.load->range << ", build-id "
+                << (row.load->buildId.empty() ? "unknown" : row.load->buildId) << '\n';
         for (const std::string& name : row.otherNames)
             out << indent << "also tried " << printable(name) << '\n';
         for (const Rejection& rejection : row.outcome.rejected)

@@ -10,11 +10,15 @@
 //       "step": "system",                                    // null when not found
 //       "rejected": [ { "path": "/usr/lib/libx.so.1.debug", "message": "...",
 //                       "severity": "hard", "step": "around-binary" } ],
-//       "otherNames": [ ... ],        // symbol files of a module: further names tried
-//       "error": "..." } ]            // only when the search itself failed
+//       "otherNames": [ ... ],        // further names tried
+//       "error": "...",               // only when the search itself failed
+//       "buildId": "...", "range": "7f3a1c000000-7f3a1c1bd000", "state": "replaced" } ]
+//                                     // rows of a process's module: as it was loaded
 //
-// "binary", "checksum", "modificationTime" and "size" stand in "request" only when
-// given. Names, paths and messages are written as the library writes names into JSON
+// "binary", "checksum", "modificationTime", "size" and "buildId" (the build-id the file
+// or its binary must have) stand in "request" only when given or known. The table says
+// below a module's binary when its file was deleted or replaced since it was loaded. Names, paths
+// and messages are written as the library writes names into JSON
 // ("Names in JSON" in ff_utils.h): strings when they are well-formed UTF-8, otherwise
 // {"percentEncoded": "..."}, so no name is ever altered. The table shows
 // control characters of names as \xHH escapes, so a hostile file name cannot drive the

@@ -35,6 +35,10 @@ std::optional<FF_2_13::search_category_t> categoryFromOption(const std::string& 
     return std::nullopt;
 }
 
+std::string Request::buildId() const {
+    return identity ? identity->buildId() : "";
+}
+
 std::string ExpectedChecksum::text() const {
     return (type == FF_2_13::ctSHA1 ? "sha1:" : "md5:") + hex;
 }

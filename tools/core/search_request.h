@@ -19,6 +19,7 @@
 #include <string>
 #include <vector>
 
+#include "ff_identity.h"
 #include "ff_types.h"
 
 namespace ffcli {
@@ -56,6 +57,13 @@ struct Request {
     /// Source files: the recorded modification time (seconds since the epoch) and size.
     std::optional<long long> modificationTime;
     std::optional<unsigned long long> size;
+    /// Who the file must be: a binary's own identity (a recorded build-id, or a module as a
+    /// process loaded it), a symbol file's binary's. Empty: a symbol file's binary is read
+    /// from `binary`, and a binary is held to nothing.
+    FF_2_13::ObjectPtr<FF_2_13::IFileIdentity> identity;
+
+    /// The build-id of `identity`; "" when there is none.
+    std::string buildId() const;
 };
 
 /// A candidate the search looked at and turned down.

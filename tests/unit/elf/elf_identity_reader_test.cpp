@@ -1,18 +1,18 @@
-// The ELF debug-link reader of the file-finder command, on images made here byte by byte:
-// both classes, both byte orders, damaged in every way a header can be. A real program
-// split by the compiler and binutils is read in cli_test, through `resolve --pid`.
-#include "core/elf_debug_links.h"
+// The ELF identity reader on images made here byte by byte: both classes, both byte
+// orders, damaged in every way a header can be. Files made by the compiler and binutils
+// are read in identity_validators_test.
+#include "elf/elf_identity_reader.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <random>
 #include <string>
 #include <utility>
 
+#include "elf/file_identity.h"
 #include "temp_dir.h"
 
-using namespace ffcli;
+using namespace FF_2_13;
 
 namespace {
 
@@ -60,7 +60,10 @@ std::string buildElf(const ElfSpec& layout) {
     out.put(4, w ? 2 : 1, 1);                 // class
     out.put(5, layout.bigEndian ? 2 : 1, 1);  // byte order
     out.put(6, 1, 1);                         // version
-    out.put(16, 2, 2);                        // ET_EXEC
+    out.put(16, 3, 2);                        // ET_DYN
+    out.put(18, w ? 62 : 3, 2);               // EM_X86_64, EM_386
+    out.put(20, 1, 4);                        // EV_CURRENT
+    out.put(at - 2, w ? 64 : 52, 2);          // e_ehsize
     if (layout.segments) {
         out.put(w ? 32 : 28, kPhdrAt, word);
         out.put(at, w ? 56 : 32, 2);
@@ -105,14 +108,18 @@ std::string buildElf(const ElfSpec& layout) {
         out.put(sh + 4, sections[i].type, 4);
         out.put(sh + (w ? 24 : 16), sections[i].offset, word);
         out.put(sh + (w ? 32 : 20), sections[i].size, word);
-        out.put(sh + (w ? 48 : 32), 4, word);
+        out.put(sh + (w ? 48 : 32), i == 0 ? 0 : 4, word);
     }
     return out.image();
 }
 
+ElfIdentity read(const std::string& image) {
+    return readElfIdentity(image.data(), image.size());
+}
+
 }  // namespace
 
-TEST(ElfDebugLinks, ReadsBothClassesInBothByteOrders) {
+TEST(ElfIdentityReader, ReadsBothClassesInBothByteOrders) {
     for (bool is64 : {false, true}) {
         for (bool big : {false, true}) {
             SCOPED_TRACE(std::string(is64 ? "64" : "32") + (big ? " big" : " little") + " endian");
@@ -120,72 +127,91 @@ TEST(ElfDebugLinks, ReadsBothClassesInBothByteOrders) {
             layout.is64 = is64;
             layout.bigEndian = big;
             layout.debugInfo = true;
-            const ElfReadResult result = parseElfDebugLinks(buildElf(layout));
-            ASSERT_EQ(result.status, ElfReadStatus::kOk);
-            EXPECT_EQ(result.links.buildId, "3a9f00c1d2");
-            EXPECT_EQ(result.links.buildIdPath(), ".build-id/3a/9f00c1d2.debug");
-            EXPECT_EQ(result.links.debugLink, "app.debug");
-            EXPECT_EQ(result.links.debugLinkCrc, 0x11223344u);
-            EXPECT_TRUE(result.links.hasDebugInfo);
+            const ElfIdentity identity = read(buildElf(layout));
+            ASSERT_EQ(identity.status, irsElf) << identity.error;
+            EXPECT_EQ(identity.buildId, "3a9f00c1d2");
+            EXPECT_EQ(identity.debugLink, "app.debug");
+            EXPECT_EQ(identity.debugLinkCrc, 0x11223344u);
+            EXPECT_TRUE(identity.hasDebugInfo);
+            EXPECT_EQ(identity.elfClass, is64 ? 2 : 1);
+            EXPECT_EQ(identity.machine, is64 ? 62 : 3);
         }
     }
+    EXPECT_EQ(describeElfTarget(2, 62), "64-bit AMD x86-64");
+    EXPECT_EQ(describeElfTarget(1, 0xbeef), "32-bit machine 48879");
+    EXPECT_EQ(describeElfTarget(0, 62), "");
 }
 
-TEST(ElfDebugLinks, TakesTheBuildIdFromSegmentsWhenThereAreNoSections) {
+TEST(ElfIdentityReader, TakesTheBuildIdFromSegmentsWhenThereAreNoSections) {
     ElfSpec layout;
     layout.sections = false;
-    const ElfReadResult result = parseElfDebugLinks(buildElf(layout));
-    ASSERT_EQ(result.status, ElfReadStatus::kOk);
-    EXPECT_EQ(result.links.buildId, "3a9f00c1d2");
-    EXPECT_EQ(result.links.debugLink, "");
-    EXPECT_FALSE(result.links.hasDebugInfo);
+    const ElfIdentity identity = read(buildElf(layout));
+    ASSERT_EQ(identity.status, irsElf);
+    EXPECT_EQ(identity.buildId, "3a9f00c1d2");
+    EXPECT_EQ(identity.debugLink, "");
+    EXPECT_FALSE(identity.debugLinkCrc.has_value());
+    EXPECT_FALSE(identity.hasDebugInfo);
 }
 
-TEST(ElfDebugLinks, NamesNothingForLinksThatAreNotPlainFileNamesOrOneByteIds) {
+TEST(ElfIdentityReader, NamesNoDebugLinkThatIsAPath) {
     ElfSpec layout;
     layout.debugLink = "../../etc/shadow";
-    layout.buildId = "\x7f";
-    const ElfReadResult result = parseElfDebugLinks(buildElf(layout));
-    EXPECT_EQ(result.links.debugLink, "");
-    EXPECT_EQ(result.links.buildId, "7f");
-    EXPECT_EQ(result.links.buildIdPath(), "");
+    const ElfIdentity identity = read(buildElf(layout));
+    EXPECT_EQ(identity.debugLink, "");
+    EXPECT_EQ(identity.debugLinkCrc, 0x11223344u);  // still the CRC of whatever it names
 }
 
-TEST(ElfDebugLinks, TellsNonElfInputFromUnreadableFiles) {
+TEST(ElfIdentityReader, TellsNonElfInputFromUnreadableFiles) {
     fftest::TempDir dir;
-    EXPECT_EQ(readElfDebugLinks(dir.makeFile("script.sh", "#!/bin/sh\n")).status,
-              ElfReadStatus::kNotElf);
-    EXPECT_EQ(readElfDebugLinks(dir.makeFile("empty", "")).status, ElfReadStatus::kNotElf);
-    EXPECT_EQ(readElfDebugLinks(dir.makeDir("sub")).status, ElfReadStatus::kCannotOpen);
-    EXPECT_EQ(readElfDebugLinks(dir / "missing").status, ElfReadStatus::kCannotOpen);
-    // An unknown class or byte order is not an ELF file this reader knows.
+    const struct {
+        std::string path;
+        identity_read_status_t status;
+    } cases[] = {
+        {dir.makeFile("libc.so", "/* GNU ld script */\nGROUP ( libc.so.6 )\n"), irsNotElf},
+        {dir.makeFile("empty", ""), irsNotElf},
+        {dir.makeFile("archive.a", "!<arch>\n"), irsNotElf},
+        {dir.makeFile("elf-magic-only", "\177ELF"), irsNotElf},
+        {dir.makeDir("sub"), irsCannotOpen},
+        {dir / "missing", irsCannotOpen},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.path);
+        const ElfIdentity identity = readElfIdentity(c.path.c_str());
+        EXPECT_EQ(identity.status, c.status);
+        EXPECT_FALSE(identity.error.empty());
+    }
+    EXPECT_EQ(readElfIdentity(nullptr).status, irsCannotOpen);
+    EXPECT_EQ(readElfIdentity(nullptr, 10).status, irsNotElf);
+    // An unknown class is not an ELF file libelf reads.
     std::string image = buildElf(ElfSpec{});
     image[4] = 3;
-    EXPECT_EQ(parseElfDebugLinks(image).status, ElfReadStatus::kNotElf);
+    EXPECT_EQ(read(image).status, irsNotElf);
+    // A file reads as its image does.
+    const std::string file = dir.makeFile("app", buildElf(ElfSpec{}));
+    EXPECT_EQ(readElfIdentity(file.c_str()).buildId, "3a9f00c1d2");
 }
 
-TEST(ElfDebugLinks, SurvivesTruncatedAndHostileImages) {
+TEST(ElfIdentityReader, SurvivesTruncatedAndHostileImages) {
     // Cut off anywhere: whatever is read is read right, the rest is absent.
     for (bool is64 : {false, true}) {
         ElfSpec layout;
         layout.is64 = is64;
         const std::string image = buildElf(layout);
         for (std::size_t length = 0; length < image.size(); ++length) {
-            const ElfReadResult result =
-                parseElfDebugLinks(std::string_view(image).substr(0, length));
-            EXPECT_TRUE(result.links.buildId.empty() || result.links.buildId == "3a9f00c1d2");
-            EXPECT_TRUE(result.links.debugLink.empty() || result.links.debugLink == "app.debug");
+            const ElfIdentity identity = read(image.substr(0, length));
+            EXPECT_TRUE(identity.buildId.empty() || identity.buildId == "3a9f00c1d2");
+            EXPECT_TRUE(identity.debugLink.empty() || identity.debugLink == "app.debug");
         }
     }
     // Headers that claim what the file does not hold.
     const std::string good = buildElf(ElfSpec{});
-    struct Damage {
+    const struct {
         const char* what;
         std::size_t at, width;
         std::uint64_t value;
-    };
-    const Damage damages[] = {
+    } damages[] = {
         {"section count beyond the file", 60, 2, 0xfffe},
+        {"section count in section 0, beyond the file", 60, 2, 0},
         {"section entry size zero", 58, 2, 0},
         {"section table offset near the end of the address space", 40, 8, ~0ull - 8},
         {"name table index out of range", 62, 2, 77},
@@ -193,21 +219,32 @@ TEST(ElfDebugLinks, SurvivesTruncatedAndHostileImages) {
         {"note descriptor size 4 GiB", kNoteAt + 4, 4, 0xffffffff},
         {"note name size 4 GiB", kNoteAt, 4, 0xffffffff},
         {"note area size 2^63", kShdrAt + 2 * 64 + 32, 8, 1ull << 63},
+        {"note area larger than any note area", kShdrAt + 2 * 64 + 32, 8, 2u << 20},
         {"debug link offset beyond the file", kShdrAt + 3 * 64 + 24, 8, 1ull << 40},
+        {"debug link size 4 GiB", kShdrAt + 3 * 64 + 32, 8, 0xffffffff},
         {"name offset beyond the name table", kShdrAt + 3 * 64, 4, 0x7fffffff},
+        {"name table size 2^40", kShdrAt + 64 + 32, 8, 1ull << 40},
     };
-    for (const Damage& damage : damages) {
+    for (const auto& damage : damages) {
         SCOPED_TRACE(damage.what);
         ElfWriter out(false, good);
         out.put(damage.at, damage.value, damage.width);
-        EXPECT_EQ(parseElfDebugLinks(out.image()).status, ElfReadStatus::kOk);
+        const ElfIdentity identity = read(out.image());
+        EXPECT_TRUE(identity.buildId.empty() || identity.buildId == "3a9f00c1d2");
     }
-    // And random damage anywhere, the same on every run.
-    std::mt19937 random(2024);
-    for (int round = 0; round < 3000; ++round) {
-        std::string image = good;
-        for (int flips = 0; flips < 4; ++flips)
-            image[random() % image.size()] = static_cast<char>(random());
-        (void)parseElfDebugLinks(image);
+    // Random damage anywhere is fuzz_elf_identity's.
+}
+
+TEST(FileIdentity, IsMadeFromARecordedBuildIdOfWholeBytes) {
+    const ObjectPtr<IFileIdentity> recorded = IFileIdentity::fromBuildId("3A9F00c1d2");
+    ASSERT_TRUE(recorded);
+    EXPECT_EQ(recorded->status(), irsRecorded);
+    EXPECT_STREQ(recorded->buildId(), "3a9f00c1d2");
+    EXPECT_EQ(recorded->elfClass(), 0);
+    EXPECT_STREQ(recorded->target(), "");
+    for (const char* bad : {"", "3a", "3a9", "3a9f0g", "3a 9f"}) {
+        SCOPED_TRACE(bad);
+        EXPECT_FALSE(IFileIdentity::fromBuildId(bad));
     }
+    EXPECT_FALSE(IFileIdentity::fromBuildId(nullptr));
 }
