@@ -34,14 +34,14 @@ inline constexpr char VMLINUZ[] = "vmlinuz";
 
 /// The compression of a kernel image or module, as recognised by its stream's magic.
 enum kernel_compression_t : int {
-    kcNone = 0,  ///< no stream of any known format was found
-    kcGzip = 1,  ///< 1F 8B 08, any header flags (zlib)
-    kcXz = 2,    ///< FD "7zXZ" 00 (liblzma)
-    kcLzma = 3,  ///< the .lzma header of 13 bytes, properties 5D (liblzma)
-    kcBzip2 = 4, ///< "BZh1".."BZh9" and a block magic (libbz2)
-    kcLz4 = 5,   ///< the lz4 legacy frame, 02 21 4C 18, as kernels are packed (liblz4)
-    kcZstd = 6,  ///< 28 B5 2F FD (libzstd)
-    kcLzo = 7,   ///< the lzop container: recognised, not unpacked
+    kcNone = 0,   ///< no stream of any known format was found
+    kcGzip = 1,   ///< 1F 8B 08, any header flags (zlib)
+    kcXz = 2,     ///< FD "7zXZ" 00 (liblzma)
+    kcLzma = 3,   ///< the .lzma header of 13 bytes, properties 5D (liblzma)
+    kcBzip2 = 4,  ///< "BZh1".."BZh9" and a block magic (libbz2)
+    kcLz4 = 5,    ///< the lz4 legacy frame, 02 21 4C 18, as kernels are packed (liblz4)
+    kcZstd = 6,   ///< 28 B5 2F FD (libzstd)
+    kcLzo = 7,    ///< the lzop container: recognised, not unpacked
 };
 
 /// How an unpacking ended.

@@ -172,8 +172,9 @@ TEST_F(FileFinderCli, ExtractKernelUnpacksEveryFormatAndSaysWhyItCannot) {
     EXPECT_EQ(good.err, "");  // the library's log is silent without --log-level
     EXPECT_EQ(readFile(dir / "vmlinux"), kernel);
 
-    ASSERT_TRUE(shell("{ printf 'boot'; xz -c vmlinuz.in; } > vmlinuz.xz && "
-                      "head -c 3000 vmlinuz.xz > cut.xz && echo no kernel in here > plain"));
+    ASSERT_TRUE(
+        shell("{ printf 'boot'; xz -c vmlinuz.in; } > vmlinuz.xz && "
+              "head -c 3000 vmlinuz.xz > cut.xz && echo no kernel in here > plain"));
     EXPECT_EQ(run({"extract-kernel", "vmlinuz.xz", "vmlinux"}).code, 0);
     EXPECT_EQ(readFile(dir / "vmlinux"), kernel);
     const std::pair<std::string, std::string> refusals[] = {
@@ -257,6 +258,28 @@ TEST_F(FileFinderCli, DirsThatCannotBeWrittenExitTwo) {
         return add.code == 2 && add.err.find("cannot write locked/dirs.json") != std::string::npos;
     });
     EXPECT_EQ(status, 0);
+}
+
+// A module by the name the kernel reports, under the release's tree of a system root;
+// the kernel of that release, which cannot be unpacked, turned down with the reason.
+TEST_F(FileFinderCli, KernelReleaseFindsModulesByRecordedNameAndOnlyUnpackedKernels) {
+    const std::string tree = "root/lib/modules/6.1.0-9-amd64/kernel/sound/pci/hda/";
+    dir.makeFile(tree + "snd-hda-intel.ko", fftest::elfLikeFile(2000));
+    dir.makeFile("root/boot/vmlinuz-6.1.0-9-amd64", "no kernel in here");
+    const std::vector<std::string> release = {"--kernel-release", "6.1.0-9-amd64", "--system-root",
+                                              "root", "--json"};
+    std::vector<std::string> args = {"bin", "[snd_hda_intel]"};
+    args.insert(args.end(), release.begin(), release.end());
+    const Result module = run(args);
+    EXPECT_EQ(module.code, 0) << module.err;
+    EXPECT_EQ(nlohmann::json::parse(module.out)[0]["found"], dir / (tree + "snd-hda-intel.ko"));
+
+    args[1] = "vmlinux";
+    const Result kernel = run(args);
+    EXPECT_EQ(kernel.code, 1);
+    EXPECT_NE(kernel.out.find("cannot be unpacked: no compressed stream of a known format"),
+              std::string::npos)
+        << kernel.out;
 }
 
 TEST_F(FileFinderCli, LogLevelWritesTheLibrarysLogToStderr) {

@@ -8,7 +8,10 @@
 namespace fftest {
 
 std::string elfLikeFile(size_t size, unsigned seed) {
-    std::string bytes("\x7F" "ELF\x02\x01\x01", 7);
+    std::string bytes(
+        "\x7F"
+        "ELF\x02\x01\x01",
+        7);
     bytes.resize(16, '\0');
     std::mt19937 random(seed);
     std::geometric_distribution<int> skewed(0.08);

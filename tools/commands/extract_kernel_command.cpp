@@ -29,8 +29,9 @@ std::string failureMessage(const FF_2_13::KernelUnpackResult& result, const std:
         case kuInputNotReadable:
             return "cannot read " + image + why;
         case kuUnknownFormat:
-            return image + " holds no compressed kernel (no gzip, xz, lzma, bzip2, lz4 or zstd "
-                           "stream in it)";
+            return image +
+                   " holds no compressed kernel (no gzip, xz, lzma, bzip2, lz4 or zstd "
+                   "stream in it)";
         case kuUnsupportedFormat:
             return image + " is " + format + "-compressed, which file-finder cannot unpack";
         case kuCorruptStream:

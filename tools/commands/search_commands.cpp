@@ -133,7 +133,12 @@ void addSingleSearch(CLI::App& app, CommandAction& action, RequestKind kind) {
                     "  file-finder bin /usr/lib/x86_64-linux-gnu/libc.so.6\n"
                     "  file-finder bin libm.so.6 --search-dir=binaries:/opt/app/lib\n"
                     "  file-finder bin ext4 --kernel-release 6.1.0-13-amd64\n"
-                    "  file-finder bin vmlinux --kernel-release 6.1.0-13-amd64 --json\n\n") +
+                    "  file-finder bin '[snd_hda_intel]' --kernel-release 6.1.0-13-amd64 \\\n"
+                    "      --system-root ./linux-image-6.1.0-13-amd64\n"
+                    "  file-finder bin vmlinux --kernel-release 6.1.0-13-amd64 --json\n\n"
+                    "Kernel modules are found by the names the kernel reports (- and _ alike,\n"
+                    "with or without .ko, [brackets]), compressed ones unpacked; the kernel as\n"
+                    "vmlinux or [kernel.kallsyms], only ever unpacked.\n\n") +
                 kSearchOutput);
             break;
         case RequestKind::kSymbol:

@@ -11,6 +11,7 @@
 //   --result-dir DIR       a result directory context below the user-wide context
 //   --steps [+|-]STEP,...  switch search steps on or off (step_names.h)
 //   --kernel-release R     the kernel release of the recorded system
+//   --system-root DIR      the system directories under DIR (/lib/modules, /boot...)
 //   --json                 a JSON array instead of the table
 #pragma once
 
@@ -33,6 +34,7 @@ struct SearchOptions {
     std::string resultDir;
     std::vector<std::string> steps;
     std::string kernelRelease;
+    std::string systemRoot;
     bool json = false;
 };
 
@@ -46,6 +48,7 @@ struct SearchSettings {
     std::string cacheDir;
     std::string resultDir;
     std::string kernelRelease;
+    std::string systemRoot;
     /// Applied to the binary, symbol and source categories alike.
     StepChanges steps;
 };

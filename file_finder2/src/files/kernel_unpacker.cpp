@@ -122,9 +122,8 @@ KernelUnpackResult unpackKernelImage(const char* image, const char* output) {
 const char* kernelCompressionName(kernel_compression_t format) {
     static const char* const kNames[] = {"", "gzip", "xz", "lzma", "bzip2", "lz4", "zstd", "lzo"};
     const int index = static_cast<int>(format);
-    return index >= 0 && index < static_cast<int>(sizeof kNames / sizeof kNames[0])
-               ? kNames[index]
-               : "";
+    return index >= 0 && index < static_cast<int>(sizeof kNames / sizeof kNames[0]) ? kNames[index]
+                                                                                    : "";
 }
 
 std::string describeKernelUnpack(const KernelUnpackResult& outcome) {

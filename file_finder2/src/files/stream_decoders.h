@@ -22,12 +22,12 @@ class UnpackedOutput;
 constexpr std::uint64_t kMaxDecoderWindow = std::uint64_t(256) << 20;
 
 enum class DecodeEnd {
-    complete,        ///< the stream ended properly and every byte was written
-    corrupt,         ///< the data is damaged, or asks for more memory than allowed
-    truncated,       ///< the file ends inside the stream
-    outputRefused,   ///< the output did not take the data (its state says why)
-    readFailed,      ///< the compressed file could not be read (the reader says why)
-    unsupported,     ///< a format this library does not unpack
+    complete,       ///< the stream ended properly and every byte was written
+    corrupt,        ///< the data is damaged, or asks for more memory than allowed
+    truncated,      ///< the file ends inside the stream
+    outputRefused,  ///< the output did not take the data (its state says why)
+    readFailed,     ///< the compressed file could not be read (the reader says why)
+    unsupported,    ///< a format this library does not unpack
 };
 
 /// Decodes the stream of `format` that starts at the reader's position.

@@ -15,8 +15,11 @@ namespace {
 constexpr size_t kElfIdentification = 7;
 
 bool isElfIdentification(const std::string& header) {
-    return header.compare(0, 4, "\x7F" "ELF") == 0 && (header[4] == 1 || header[4] == 2) &&
-           (header[5] == 1 || header[5] == 2) && header[6] == 1;
+    return header.compare(0, 4,
+                          "\x7F"
+                          "ELF") == 0 &&
+           (header[4] == 1 || header[4] == 2) && (header[5] == 1 || header[5] == 2) &&
+           header[6] == 1;
 }
 
 }  // namespace

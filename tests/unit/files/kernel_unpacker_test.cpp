@@ -29,7 +29,7 @@ struct Format {
 
 const Format kFormats[] = {
     {kcGzip, "gzip -9 -n -c", 0},  // as kernels are packed: no name
-    {kcGzip, "gzip -c", 0},         // the file's name in the header (flags 08)
+    {kcGzip, "gzip -c", 0},        // the file's name in the header (flags 08)
     {kcXz, "xz -c --check=crc32 --x86 --lzma2=dict=1MiB", 0},  // as kernels are packed
     {kcXz, "xz -c", 0},
     {kcLzma, "xz --format=lzma -c", 13},
@@ -55,7 +55,8 @@ protected:
     const std::string output = dir / "vmlinux";
     const std::string elf = fftest::elfLikeFile(600000);
 
-    KernelUnpackResult unpack(const std::string& contents, std::uint64_t maxSize = kMaxUnpackedSize) {
+    KernelUnpackResult unpack(const std::string& contents,
+                              std::uint64_t maxSize = kMaxUnpackedSize) {
         dir.makeFile("vmlinuz", contents);
         return unpackCompressedFile(image, output, maxSize);
     }
@@ -82,8 +83,8 @@ TEST_F(KernelUnpacker, EveryFormatUnpacksByteForByteAndDamageIsNamed) {
         // A compressed module is the stream alone.
         EXPECT_RESULT(unpack(stream), kuUnpacked, f.format);
 
-        EXPECT_RESULT(unpack(bootCode() + stream.substr(0, stream.size() / 2)),
-                      kuTruncatedStream, f.format);
+        EXPECT_RESULT(unpack(bootCode() + stream.substr(0, stream.size() / 2)), kuTruncatedStream,
+                      f.format);
         EXPECT_TRUE(nothingLeft());
 
         std::string flipped = stream;
@@ -175,7 +176,11 @@ TEST(KernelUnpackerOnThisMachine, InstalledKernelImagesUnpackToElf) {
         const KernelUnpackResult r = unpackCompressedFile(image, dir / "vmlinux");
         if (r.status == kuInputNotReadable) continue;  // root-only images, as a user
         EXPECT_EQ(r.status, kuUnpacked) << image << ": " << utils::describeKernelUnpack(r);
-        EXPECT_EQ(readFile(dir / "vmlinux").compare(0, 4, "\x7F" "ELF"), 0);
+        EXPECT_EQ(readFile(dir / "vmlinux")
+                      .compare(0, 4,
+                               "\x7F"
+                               "ELF"),
+                  0);
     }
 }
 
