@@ -15,9 +15,7 @@ namespace {
 constexpr size_t kElfIdentification = 7;
 
 bool isElfIdentification(const std::string& header) {
-    return header.compare(0, 4,
-                          "\x7F"
-                          "ELF") == 0 &&
+    return header.compare(0, 4, "\x7F\x45\x4C\x46") == 0 &&  // 7F "ELF"
            (header[4] == 1 || header[4] == 2) && (header[5] == 1 || header[5] == 2) &&
            header[6] == 1;
 }

@@ -46,12 +46,7 @@ kernel_compression_t formatAt(const unsigned char* bytes, size_t available) {
                        ? kcGzip
                        : kcNone;
         case 0xFD:
-            return startsWith(bytes, available,
-                              "\xFD"
-                              "7zXZ\0",
-                              6)
-                       ? kcXz
-                       : kcNone;
+            return startsWith(bytes, available, "\xFD\x37\x7A\x58\x5A\x00", 6) ? kcXz : kcNone;
         case 0x5D:
             return isLzmaHeader(bytes, available) ? kcLzma : kcNone;
         case 'B':  // "BZh", the block size 1-9, then a block's magic (pi) or the end (sqrt pi)
