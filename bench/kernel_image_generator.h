@@ -109,7 +109,7 @@ inline boost::filesystem::path ensureKernelElf(const boost::filesystem::path& di
     const boost::filesystem::path elf = home / "vmlinux";
     if (boost::filesystem::exists(elf) && boost::filesystem::file_size(elf) == size) return elf;
     std::ofstream out(elf.string(), std::ios::binary | std::ios::trunc);
-    std::string piece("\x7F" "ELF\x02\x01\x01", 7);
+    std::string piece("\x7F\x45\x4C\x46\x02\x01\x01", 7);  // 7F "ELF", 64-bit, LE
     piece.resize(16, '\0');
     out << piece;
     detail::KernelLikeSource source;

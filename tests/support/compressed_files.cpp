@@ -8,10 +8,7 @@
 namespace fftest {
 
 std::string elfLikeFile(size_t size, unsigned seed) {
-    std::string bytes(
-        "\x7F"
-        "ELF\x02\x01\x01",
-        7);
+    std::string bytes("\x7F\x45\x4C\x46\x02\x01\x01", 7);  // 7F "ELF", 64-bit, LE
     bytes.resize(16, '\0');
     std::mt19937 random(seed);
     std::geometric_distribution<int> skewed(0.08);

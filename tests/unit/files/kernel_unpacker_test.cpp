@@ -176,11 +176,7 @@ TEST(KernelUnpackerOnThisMachine, InstalledKernelImagesUnpackToElf) {
         const KernelUnpackResult r = unpackCompressedFile(image, dir / "vmlinux");
         if (r.status == kuInputNotReadable) continue;  // root-only images, as a user
         EXPECT_EQ(r.status, kuUnpacked) << image << ": " << utils::describeKernelUnpack(r);
-        EXPECT_EQ(readFile(dir / "vmlinux")
-                      .compare(0, 4,
-                               "\x7F"
-                               "ELF"),
-                  0);
+        EXPECT_EQ(readFile(dir / "vmlinux").compare(0, 4, "\x7F\x45\x4C\x46"), 0);
     }
 }
 
