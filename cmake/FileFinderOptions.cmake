@@ -15,6 +15,14 @@ if(FF_SANITIZE)
   add_link_options(-fsanitize=${_ff_sanitizers})
 endif()
 
+# The shared libraries are linked with every symbol defined, except where clang's
+# sanitizers run: their runtime is linked into the executables only, so a shared library
+# leaves its calls undefined.
+set(FF_NO_UNDEFINED -Wl,--no-undefined)
+if(FF_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  set(FF_NO_UNDEFINED)
+endif()
+
 # The fuzzing build: every object carries libFuzzer's coverage instrumentation, so the
 # fuzzers in fuzz/ see which branches of the library an input reached. The libFuzzer
 # driver itself is linked into the fuzzer executables only.

@@ -106,6 +106,9 @@ TEST_F(KernelSearch, AnImageThatCannotBeUnpackedIsRejectedWithTheReason) {
     EXPECT_EQ(findBin(search, "bad"), "");
     EXPECT_EQ(rejections.invalidNames.back(), module);
     EXPECT_EQ(rejections.invalidMessages.back(), "cannot be unpacked: corrupt gzip stream");
+    // An ELF kernel named vmlinuz, as some architectures boot it, is a kernel as it is.
+    makeFile(std::string("/boot/vmlinuz-") + kRelease, fftest::elfLikeFile(5000));
+    EXPECT_EQ(findBin(search, "vmlinux"), image);
 }
 
 TEST_F(KernelSearch, ASearchKeepsTheOptionsItWasMadeWith) {

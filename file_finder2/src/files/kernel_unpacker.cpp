@@ -112,6 +112,17 @@ KernelUnpackResult unpackCompressedFile(const std::string& image, const std::str
     return outcome;
 }
 
+bool isElfFile(const std::string& path) {
+    posix::FileStatus status;
+    posix::FileDescriptor fd = posix::openRegularFile(path.c_str(), status);
+    if (!fd.isOpen()) return false;
+    StreamReader in(fd.get());
+    std::string header(kElfIdentificationSize, '\0');
+    size_t got = 0;
+    return in.readAt(0, &header[0], header.size(), got) && got == header.size() &&
+           isElfIdentification(header);
+}
+
 namespace utils {
 
 KernelUnpackResult unpackKernelImage(const char* image, const char* output) {

@@ -26,4 +26,8 @@ constexpr std::uint64_t kMaxUnpackedSize = std::uint64_t(1) << 30;
 KernelUnpackResult unpackCompressedFile(const std::string& image, const std::string& output,
                                         std::uint64_t maxSize = kMaxUnpackedSize);
 
+/// True when the file `path` starts with an ELF identification: nothing to unpack, as in
+/// the "vmlinuz" of architectures whose boot loaders take the kernel as it is.
+bool isElfFile(const std::string& path);
+
 }  // namespace FF_2_13

@@ -9,18 +9,11 @@
 
 namespace FF_2_13 {
 
-namespace {
-
-// e_ident up to EI_VERSION: the magic, a class (32 or 64 bits), a byte order, version 1.
-constexpr size_t kElfIdentification = 7;
-
 bool isElfIdentification(const std::string& header) {
     return header.compare(0, 4, "\x7F\x45\x4C\x46") == 0 &&  // 7F "ELF"
            (header[4] == 1 || header[4] == 2) && (header[5] == 1 || header[5] == 2) &&
            header[6] == 1;
 }
-
-}  // namespace
 
 bool StreamReader::readAt(std::uint64_t offset, void* buffer, size_t size, size_t& got) {
     got = 0;
@@ -71,9 +64,9 @@ UnpackedOutput::Write UnpackedOutput::write(const void* data, size_t size) {
     if (size > m_maxSize - m_size) return fail(Write::tooLarge);
     m_size += size;
     if (m_temporary.empty()) {
-        const size_t held = std::min(size, kElfIdentification - m_header.size());
+        const size_t held = std::min(size, kElfIdentificationSize - m_header.size());
         m_header.append(static_cast<const char*>(data), held);
-        if (m_header.size() < kElfIdentification) return Write::ok;
+        if (m_header.size() < kElfIdentificationSize) return Write::ok;
         if (!isElfIdentification(m_header)) return fail(Write::notElf);
         m_fd = posix::createFileBeside(m_target, 0666, m_temporary);
         if (!m_fd.isOpen()) {

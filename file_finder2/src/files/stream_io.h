@@ -20,6 +20,11 @@
 
 namespace FF_2_13 {
 
+/// e_ident up to EI_VERSION: the magic, a class (32 or 64 bits), a byte order, version 1.
+constexpr size_t kElfIdentificationSize = 7;
+/// True when `header` starts with such an identification.
+bool isElfIdentification(const std::string& header);
+
 /// Reads a file by position; one user at a time.
 class StreamReader {
 public:

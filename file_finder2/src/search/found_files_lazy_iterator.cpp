@@ -5,6 +5,7 @@
 #include "base/log.h"
 #include "ff_utils.h"
 #include "files/kernel_module_names.h"
+#include "files/kernel_unpacker.h"
 #include "search/kernel_image_cache.h"
 #include "search/search_strategies.h"
 #include "validation/validated_files.h"
@@ -149,8 +150,11 @@ ObjectPtr<IValidatedFile> FoundFilesLazyIterator::judge(const char* fileName,
 }
 
 bool FoundFilesLazyIterator::unpacksFirst(const char* fileName) const {
-    return (m_options.unpackedKernelsOnly && KernelImageCache::isCompressedImage(fileName)) ||
-           (m_options.recordedKernelNames && compressedModuleSuffix(fileName) > 0);
+    const bool compressed =
+        (m_options.unpackedKernelsOnly && KernelImageCache::isCompressedImage(fileName)) ||
+        (m_options.recordedKernelNames && compressedModuleSuffix(fileName) > 0);
+    // Some architectures boot an ELF kernel that is named vmlinuz all the same.
+    return compressed && !isElfFile(fileName);
 }
 
 ObjectPtr<IValidatedFile> FoundFilesLazyIterator::judgeUnpacked(const char* fileName,
