@@ -21,7 +21,8 @@ bool endsWith(const std::string& text, const std::string& end) {
 
 // "snd_hda_intel.ko.xz" -> "snd_hda_intel"; "ext4" -> "ext4"; "libc.so.6" -> "".
 std::string moduleBaseName(const std::string& name) {
-    if (name.empty() || name.find('/') != std::string::npos) return std::string();
+    // A directory, or a mark such as " [guest]": a file's name, not a module's.
+    if (name.empty() || name.find_first_of("/ []") != std::string::npos) return std::string();
     for (const char* suffix : kModuleSuffixes)
         if (endsWith(name, suffix)) {
             const std::string base = name.substr(0, name.size() - std::string(suffix).size());

@@ -30,7 +30,8 @@ TEST(KernelModuleNames, ModuleNamesStandForEverySpellingAndCompression) {
     EXPECT_EQ(moduleFileNames("nf-conntrack.ko.zst").size(), 8u);
     EXPECT_EQ(moduleFileNames("ext4").size(), 5u);  // nothing to interchange
     const char* notModules[] = {"vmlinux", "libc.so.6",   "/lib/modules/x/ext4.ko",
-                                "a.b.ko",  "ext4.ko.bz2", ""};
+                                "a.b.ko",  "ext4.ko.bz2", "ext4 [guest]",
+                                ""};
     for (const char* name : notModules) EXPECT_EQ(moduleFileNames(name), Names{name}) << name;
 }
 
