@@ -12,7 +12,6 @@
 #include <zstd.h>
 
 #include <memory>
-#include <vector>
 
 #include "files/stream_io.h"
 
@@ -133,8 +132,9 @@ std::uint32_t littleEndian32(const unsigned char* bytes) {
 // block that unpacked to less than a whole block.
 DecodeEnd decodeLz4Legacy(StreamReader& in, UnpackedOutput& out) {
     const int maxBlock = LZ4_compressBound(kLz4LegacyBlockSize);
-    std::vector<char> block(static_cast<size_t>(maxBlock));
-    std::vector<char> unpacked(kLz4LegacyBlockSize);
+    // Not cleared: every byte used is read or decoded first.
+    std::unique_ptr<char[]> block(new char[static_cast<size_t>(maxBlock)]);
+    std::unique_ptr<char[]> unpacked(new char[kLz4LegacyBlockSize]);
     unsigned char word[4];
     if (in.read(word, 4) != 4 || littleEndian32(word) != kLz4LegacyMagic) return DecodeEnd::corrupt;
     for (bool first = true;; first = false) {
@@ -144,13 +144,13 @@ DecodeEnd decodeLz4Legacy(StreamReader& in, UnpackedOutput& out) {
         const std::uint32_t size = littleEndian32(word);
         if (size == 0 || size == kLz4LegacyMagic || size > std::uint32_t(maxBlock))
             return first ? DecodeEnd::corrupt : DecodeEnd::complete;
-        const std::ptrdiff_t blockGot = in.read(block.data(), size);
+        const std::ptrdiff_t blockGot = in.read(block.get(), size);
         if (blockGot < 0) return DecodeEnd::readFailed;
         if (static_cast<std::uint32_t>(blockGot) < size) return DecodeEnd::truncated;
-        const int produced = LZ4_decompress_safe(block.data(), unpacked.data(),
+        const int produced = LZ4_decompress_safe(block.get(), unpacked.get(),
                                                  static_cast<int>(size), kLz4LegacyBlockSize);
         if (produced < 0) return DecodeEnd::corrupt;
-        if (!deliver(out, reinterpret_cast<unsigned char*>(unpacked.data()),
+        if (!deliver(out, reinterpret_cast<unsigned char*>(unpacked.get()),
                      static_cast<size_t>(produced)))
             return DecodeEnd::outputRefused;
         if (produced < kLz4LegacyBlockSize) return DecodeEnd::complete;
