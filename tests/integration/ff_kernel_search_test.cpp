@@ -2,6 +2,9 @@
 // under a temporary system root: never this machine's /lib/modules or /boot.
 #include <gtest/gtest.h>
 
+#include <thread>
+#include <vector>
+
 #include "callback_doubles.h"
 #include "compressed_files.h"
 #include "ff_search.h"
@@ -109,6 +112,19 @@ TEST_F(KernelSearch, AnImageThatCannotBeUnpackedIsRejectedWithTheReason) {
     // An ELF kernel named vmlinuz, as some architectures boot it, is a kernel as it is.
     makeFile(std::string("/boot/vmlinuz-") + kRelease, fftest::elfLikeFile(5000));
     EXPECT_EQ(findBin(search, "vmlinux"), image);
+}
+
+// One search shared by threads that all find the same compressed module at once: each
+// gets the whole unpacked file, whoever unpacked it.
+TEST_F(KernelSearch, ThreadsUnpackingOneModuleAllGetItWhole) {
+    const std::string module = fftest::elfLikeFile(300000);
+    makeFile(lib + "/kernel/fs/ext4.ko.zst", compressed("zstd -c", module));
+    ObjectPtr<IFileSearch> search = IFileSearch::create(env, options);
+    std::vector<std::string> found(4);
+    std::vector<std::thread> threads;
+    for (std::string& path : found) threads.emplace_back([&] { path = findBin(search, "ext4"); });
+    for (std::thread& thread : threads) thread.join();
+    for (const std::string& path : found) EXPECT_TRUE(readFile(path) == module) << path;
 }
 
 TEST_F(KernelSearch, ASearchKeepsTheOptionsItWasMadeWith) {
