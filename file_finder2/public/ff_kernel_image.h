@@ -53,7 +53,7 @@ enum kernel_unpack_status_t : int {
     kuCorruptStream = 4,      ///< the stream is damaged (a checksum, a bad block...)
     kuTruncatedStream = 5,    ///< the stream stops before its end
     kuNotElf = 6,             ///< the stream unpacks to something that is not an ELF file
-    kuTooLarge = 7,           ///< it unpacks to more than any kernel (a decompression bomb)
+    kuTooLarge = 7,           ///< it unpacks to more than 1 GiB: no kernel is that large
     kuOutputNotWritable = 8,  ///< the output cannot be created or written (systemError)
 };
 
@@ -76,7 +76,9 @@ namespace utils {
 ///
 /// Only a complete stream that unpacks to an ELF file appears under `output` (replacing
 /// what was there); on any failure nothing is left there, not even an earlier file. The
-/// output directory must exist. Null arguments give kuInputNotReadable.
+/// output directory must exist. Null arguments give kuInputNotReadable. The outcome is
+/// logged: an info line on success, an error line with describeKernelUnpack's text
+/// otherwise.
 FF_EXPORT KernelUnpackResult unpackKernelImage(const char* image, const char* output);
 
 /// The name of a format: "gzip", "xz", "lzma", "bzip2", "lz4", "zstd", "lzo"; "" for
