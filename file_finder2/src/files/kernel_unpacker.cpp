@@ -143,7 +143,7 @@ std::string describeKernelUnpack(const KernelUnpackResult& outcome) {
         outcome.systemError ? std::system_category().message(outcome.systemError) : "";
     switch (outcome.status) {
         case kuUnpacked:
-            return "unpacked from " + format;
+            return format.empty() ? "unpacked" : "unpacked from " + format;
         case kuInputNotReadable:
             return "cannot read the image" + (why.empty() ? "" : ": " + why);
         case kuUnknownFormat:

@@ -32,8 +32,9 @@ public:
     /// stream into the cache when it is not there yet.
     static Outcome unpack(const char* compressed, std::string& image);
 
-    /// The same in every format unpackKernelImage knows, saying why when it fails. An
-    /// image whose checksum cannot be computed cannot be read: kuInputNotReadable.
+    /// The same in every format unpackKernelImage knows, saying why when it fails (an
+    /// entry already in the cache answers kuUnpacked without a format). An image whose
+    /// checksum cannot be computed cannot be read: kuInputNotReadable.
     static KernelUnpackResult unpackAnyFormat(const char* compressed, std::string& image);
     /// The unpacked module of a compressed module ("ext4.ko.xz" gives ".../ext4.ko").
     static KernelUnpackResult unpackModule(const char* compressed, std::string& module);
