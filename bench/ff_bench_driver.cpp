@@ -9,9 +9,12 @@
 //   ff_bench_driver md5 FILE                  like: md5sum FILE, openssl dgst -md5 FILE
 //   ff_bench_driver sha1 FILE                 like: sha1sum FILE, openssl dgst -sha1 FILE
 //   ff_bench_driver extract IN OUT            like: zcat IN > OUT (IN: a kernel image)
+//   ff_bench_driver unpack IN OUT             like: xz -dc (lz4, zstd, bzip2...) IN > OUT,
+//                                             every format (IN: a kernel image)
 //   ff_bench_driver make-tree wide ROOTDIR N  makes (once) the wide tree of N directories
 //   ff_bench_driver make-tree deep ROOTDIR    makes (once) the deep tree
 //   ff_bench_driver make-kernel-image DIR     makes (once) the image and its stream alone
+//   ff_bench_driver make-kernel-elf DIR       makes (once) an uncompressed 64 MiB kernel
 //
 // find-recursive registers DIR as the one recursive search directory of a file-system
 // context, switches every step but the directory step off (so that no system directory
@@ -42,8 +45,9 @@ int usage() {
     std::fputs(
         "usage: ff_bench_driver find-recursive DIR NAME | find-recursive-threads N DIR NAME |\n"
         "                       md5 FILE | sha1 FILE |\n"
-        "                       extract IN OUT | make-tree wide ROOTDIR N |\n"
-        "                       make-tree deep ROOTDIR | make-kernel-image DIR\n",
+        "                       extract IN OUT | unpack IN OUT | make-tree wide ROOTDIR N |\n"
+        "                       make-tree deep ROOTDIR | make-kernel-image DIR |\n"
+        "                       make-kernel-elf DIR\n",
         stderr);
     return 2;
 }
@@ -100,6 +104,14 @@ int extract(const char* in, const char* out) {
     return 1;
 }
 
+int unpack(const char* in, const char* out) {
+    const KernelUnpackResult result = utils::unpackKernelImage(in, out);
+    if (result.status == kuUnpacked) return 0;
+    std::fprintf(stderr, "ff_bench_driver: cannot unpack %s: %s\n", in,
+                 utils::describeKernelUnpack(result).c_str());
+    return 1;
+}
+
 int makeTree(int argc, char** argv) {
     if (argc == 4 && std::strcmp(argv[2], "deep") == 0) {
         std::printf("%s\n", ffbench::ensureDeepTree(argv[3]).c_str());
@@ -126,7 +138,12 @@ int main(int argc, char** argv) try {
     if (command == "md5" && argc == 3) return checksum(argv[2], ctMD5);
     if (command == "sha1" && argc == 3) return checksum(argv[2], ctSHA1);
     if (command == "extract" && argc == 4) return extract(argv[2], argv[3]);
+    if (command == "unpack" && argc == 4) return unpack(argv[2], argv[3]);
     if (command == "make-tree") return makeTree(argc, argv);
+    if (command == "make-kernel-elf" && argc == 3) {
+        std::printf("%s\n", ffbench::ensureKernelElf(argv[2]).c_str());
+        return 0;
+    }
     if (command == "make-kernel-image" && argc == 3) {
         const ffbench::KernelImageFiles made = ffbench::ensureKernelImage(argv[2]);
         std::printf("%s\n%s\n", made.image.c_str(), made.stream.c_str());

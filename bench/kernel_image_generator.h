@@ -99,4 +99,27 @@ inline KernelImageFiles ensureKernelImage(const boost::filesystem::path& dir) {
     return f;
 }
 
+/// An uncompressed kernel for the benchmarks of every format: an ELF identification, then
+/// `size` bytes of the same kernel-like data, in `dir`/ff-bench-kernel-elf/vmlinux, made
+/// when missing. scripts/compare.sh packs it with each format's own tool.
+inline boost::filesystem::path ensureKernelElf(const boost::filesystem::path& dir,
+                                               std::uintmax_t size = 64u << 20) {
+    const boost::filesystem::path home = dir / "ff-bench-kernel-elf";
+    boost::filesystem::create_directories(home);
+    const boost::filesystem::path elf = home / "vmlinux";
+    if (boost::filesystem::exists(elf) && boost::filesystem::file_size(elf) == size) return elf;
+    std::ofstream out(elf.string(), std::ios::binary | std::ios::trunc);
+    std::string piece("\x7F\x45\x4C\x46\x02\x01\x01", 7);  // 7F "ELF", 64-bit, LE
+    piece.resize(16, '\0');
+    out << piece;
+    detail::KernelLikeSource source;
+    for (std::uintmax_t written = piece.size(); written < size; written += piece.size()) {
+        source.fill(piece, 1 << 20);
+        if (piece.size() > size - written) piece.resize(size - written);
+        out << piece;
+    }
+    if (!out) throw std::runtime_error("cannot write " + elf.string());
+    return elf;
+}
+
 }  // namespace ffbench

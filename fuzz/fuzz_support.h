@@ -64,6 +64,15 @@ inline std::string writeScratchFile(const std::string& name, const uint8_t* data
     return path;
 }
 
+/// The first `size` bytes of scratchPath(name).
+inline std::string readScratchFile(const std::string& name, size_t size = 16) {
+    std::ifstream in(scratchPath(name), std::ios::binary);
+    std::string bytes(size, '\0');
+    in.read(&bytes[0], static_cast<std::streamsize>(size));
+    bytes.resize(static_cast<size_t>(in.gcount()));
+    return bytes;
+}
+
 /// The names in the scratch directory, sorted.
 inline std::vector<std::string> scratchEntries() {
     std::vector<std::string> names;

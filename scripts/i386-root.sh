@@ -17,6 +17,7 @@ packages=(
   g++ make cmake pkg-config ccache binutils file
   libboost-filesystem-dev liblog4cplus-dev zlib1g-dev libssl-dev libelf-dev libdw-dev
   libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev nlohmann-json3-dev
+  liblzma-dev libbz2-dev liblz4-dev libzstd-dev xz-utils bzip2 lz4 zstd
 )
 
 die() { echo "i386-root.sh: $*" >&2; exit 1; }

@@ -7,6 +7,8 @@ packages=(
   cmake g++ make pkg-config ccache
   libboost-filesystem-dev liblog4cplus-dev zlib1g-dev libssl-dev libelf-dev libdw-dev
   libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev nlohmann-json3-dev
+  # kernel images and modules in every compression; the tools make the tests' inputs
+  liblzma-dev libbz2-dev liblz4-dev libzstd-dev xz-utils bzip2 lz4 zstd
   clang libclang-rt-14-dev binutils
   # ./test.sh's memcheck pass; llvm-symbolizer (llvm) names the frames of fuzzer crashes
   valgrind llvm

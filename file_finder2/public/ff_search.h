@@ -22,6 +22,7 @@
 
 #include "ff_callbacks.h"
 #include "ff_object.h"
+#include "ff_search_options.h"
 #include "ff_validation.h"
 
 namespace FF_2_13 {
@@ -55,6 +56,10 @@ public:
 
     /// A search over `env` (not copied: later changes of env show in later searches).
     static ObjectPtr<IFileSearch> create(const ObjectPtr<ISearchEnv>& env);
+    /// The same, with the capabilities `options` switch on (ff_search_options.h); the
+    /// options are copied now. Null options: as create(env).
+    static ObjectPtr<IFileSearch> create(const ObjectPtr<ISearchEnv>& env,
+                                         const ObjectPtr<ISearchOptions>& options);
 };
 
 }  // namespace FF_2_13

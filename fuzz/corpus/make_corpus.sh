@@ -36,6 +36,19 @@ boot() { printf '\x4d\x5a boot code \x1f\x8b\x00 '; }  # a partial signature fir
 printf 'no signature at all' | seed extract_vmlinux no-signature
 printf '\x1f\x8b\x08\x00' | seed extract_vmlinux signature-only
 
+# --- fuzz_unpack_kernel: boot code, then a small ELF file in each format (whole, cut
+# off, and with a damaged byte), as the formats' own tools write them.
+elf() { printf '\x7fELF\x02\x01\x01\0\0\0\0\0\0\0\0\0'; kernel; }
+for format in 'gzip -9n:gzip' 'xz --check=crc32:xz' 'xz --format=lzma:lzma' 'bzip2 -9:bzip2' \
+              'lz4 -l -9:lz4' 'zstd -19 -q:zstd'; do
+  tool="${format%%:*}"; name="${format##*:}"
+  { boot; elf | $tool -c; printf '\0\x10\0\0 padding'; } | seed unpack_kernel "$name"
+  { boot; elf | $tool -c | head -c 48; } | seed unpack_kernel "$name-truncated"
+  { elf | $tool -c | head -c 40; printf 'X'; elf | $tool -c | tail -c +42; } |
+    seed unpack_kernel "$name-damaged"
+done
+printf '\x89LZO\0\r\n\x1a\n\x10\x30' | seed unpack_kernel lzo
+
 # --- fuzz_persistent_dirs: the storage file.
 entry() {  # entry CATEGORY NAME-JSON RECURSIVE PRIORITY
   printf '{"searchCategory":{"category":"%s"},"searchDirectory":{"name":%s,"recursive":%s,"priority":"%s"}}' "$@"

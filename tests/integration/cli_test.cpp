@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "compressed_files.h"
 #include "ff_identity.h"
 #include "temp_dir.h"
 #include "unprivileged.h"
@@ -204,8 +205,8 @@ TEST_F(FileFinderCli, AnUnreadableDirectoryFailsItsRequestOnly) {
     EXPECT_EQ(rows[1]["found"], app);
 }
 
-TEST_F(FileFinderCli, ExtractKernelUnpacksTheGzipStreamAndRefusesImagesWithoutOne) {
-    const std::string kernel(100000, 'k');
+TEST_F(FileFinderCli, ExtractKernelUnpacksEveryFormatAndSaysWhyItCannot) {
+    const std::string kernel = fftest::elfLikeFile(100000);
     dir.makeFile("vmlinuz.in", kernel);
     ASSERT_TRUE(shell(
         "{ printf 'boot\\037\\213\\001code'; gzip -nc vmlinuz.in; echo trailer; } > vmlinuz"));
@@ -215,11 +216,21 @@ TEST_F(FileFinderCli, ExtractKernelUnpacksTheGzipStreamAndRefusesImagesWithoutOn
     EXPECT_EQ(good.err, "");  // the library's log is silent without --log-level
     EXPECT_EQ(readFile(dir / "vmlinux"), kernel);
 
-    dir.makeFile("plain", "no kernel in here");
-    const Result bad = run({"extract-kernel", "plain", "out"});
-    EXPECT_EQ(bad.code, 2);
-    EXPECT_NE(bad.err.find("no kernel could be unpacked from plain"), std::string::npos);
-
+    ASSERT_TRUE(
+        shell("{ printf 'boot'; xz -c vmlinuz.in; } > vmlinuz.xz && "
+              "head -c 3000 vmlinuz.xz > cut.xz && echo no kernel in here > plain"));
+    EXPECT_EQ(run({"extract-kernel", "vmlinuz.xz", "vmlinux"}).code, 0);
+    EXPECT_EQ(readFile(dir / "vmlinux"), kernel);
+    const std::pair<std::string, std::string> refusals[] = {
+        {"plain", "plain holds no compressed kernel"},
+        {"cut.xz", "the xz stream in cut.xz is cut off before its end"},
+        {"missing", "cannot read missing: No such file or directory"},
+    };
+    for (const auto& refusal : refusals) {
+        const Result bad = run({"extract-kernel", refusal.first, "out"});
+        EXPECT_EQ(bad.code, 2);
+        EXPECT_NE(bad.err.find(refusal.second), std::string::npos) << bad.err;
+    }
     EXPECT_EQ(run({"extract-kernel", "missing", "out"}).code, 2);
     EXPECT_EQ(run({"extract-kernel", "vmlinuz", "no-such-dir/vmlinux"}).code, 2);
 }
@@ -293,12 +304,34 @@ TEST_F(FileFinderCli, DirsThatCannotBeWrittenExitTwo) {
     EXPECT_EQ(status, 0);
 }
 
+// A module by the name the kernel reports, under the release's tree of a system root;
+// the kernel of that release, which cannot be unpacked, turned down with the reason.
+TEST_F(FileFinderCli, KernelReleaseFindsModulesByRecordedNameAndOnlyUnpackedKernels) {
+    const std::string tree = "root/lib/modules/6.1.0-9-amd64/kernel/sound/pci/hda/";
+    dir.makeFile(tree + "snd-hda-intel.ko", fftest::elfLikeFile(2000));
+    dir.makeFile("root/boot/vmlinuz-6.1.0-9-amd64", "no kernel in here");
+    const std::vector<std::string> release = {"--kernel-release", "6.1.0-9-amd64", "--system-root",
+                                              "root", "--json"};
+    std::vector<std::string> args = {"bin", "[snd_hda_intel]"};
+    args.insert(args.end(), release.begin(), release.end());
+    const Result module = run(args);
+    EXPECT_EQ(module.code, 0) << module.err;
+    EXPECT_EQ(nlohmann::json::parse(module.out)[0]["found"], dir / (tree + "snd-hda-intel.ko"));
+
+    args[1] = "vmlinux";
+    const Result kernel = run(args);
+    EXPECT_EQ(kernel.code, 1);
+    EXPECT_NE(kernel.out.find("cannot be unpacked: no compressed stream of a known format"),
+              std::string::npos)
+        << kernel.out;
+}
+
 TEST_F(FileFinderCli, LogLevelWritesTheLibrarysLogToStderr) {
-    dir.makeFile("vmlinuz.in", "kernel");
+    dir.makeFile("vmlinuz.in", fftest::elfLikeFile(1000));
     ASSERT_TRUE(shell("gzip -nc vmlinuz.in > vmlinuz"));
     const Result logged = run({"--log-level", "info", "extract-kernel", "vmlinuz", "vmlinux"});
     EXPECT_EQ(logged.code, 0);
-    EXPECT_NE(logged.err.find("vmlinux was extracted from vmlinuz"), std::string::npos)
+    EXPECT_NE(logged.err.find("vmlinux was unpacked from vmlinuz (gzip)"), std::string::npos)
         << logged.err;
     // A global option may also follow the sub-command's arguments.
     const Result after = run({"extract-kernel", "vmlinuz", "vmlinux", "--log-level", "error"});

@@ -177,13 +177,18 @@ void addSingleSearch(CLI::App& app, CommandAction& action, RequestKind kind) {
             sub->add_option("NAME", command->name,
                             "The binary as recorded (may be left out with --build-id)");
             sub->footer(
-                std::string("Examples:\n"
-                            "  file-finder bin /usr/lib/x86_64-linux-gnu/libc.so.6\n"
-                            "  file-finder bin libm.so.6 --search-dir=binaries:/opt/app/lib\n"
-                            "  file-finder bin ext4 --kernel-release 6.1.0-13-amd64\n"
-                            "  file-finder bin vmlinux --kernel-release 6.1.0-13-amd64 --json\n"
-                            "  file-finder bin --build-id 3a9f00c1d2e4f5 "
-                            "--search-dir=binaries:/srv/bin\n\n") +
+                std::string(
+                    "Examples:\n"
+                    "  file-finder bin /usr/lib/x86_64-linux-gnu/libc.so.6\n"
+                    "  file-finder bin libm.so.6 --search-dir=binaries:/opt/app/lib\n"
+                    "  file-finder bin ext4 --kernel-release 6.1.0-13-amd64\n"
+                    "  file-finder bin '[snd_hda_intel]' --kernel-release 6.1.0-13-amd64 \\\n"
+                    "      --system-root ./linux-image-6.1.0-13-amd64\n"
+                    "  file-finder bin vmlinux --kernel-release 6.1.0-13-amd64 --json\n"
+                    "  file-finder bin --build-id 3a9f00c1d2e4f5 --search-dir=binaries:/srv/bin\n\n"
+                    "Kernel modules are found by the names the kernel reports (- and _ alike,\n"
+                    "with or without .ko, [brackets]), compressed ones unpacked; the kernel as\n"
+                    "vmlinux or [kernel.kallsyms], only ever unpacked.\n\n") +
                 kSearchOutput);
             break;
         case RequestKind::kSymbol:

@@ -5,6 +5,8 @@
 //   │                      --kernel-release, and a no-files-found callback that keeps the
 //   │                      rejected candidates for the report
 //   └ result directory     --result-dir: the result's own directories and archive
+//
+// The search has every kernel option on (ff_search_options.h), and --system-root.
 #include "core/file_locator.h"
 
 #include <file_finder.h>
@@ -91,8 +93,16 @@ public:
             m_manager->registerEnvironmentInfo(*user, kClientId, info);
         }
         m_manager->registerNoFilesFoundCallback(*user, kClientId, &m_rejections);
-        m_search =
-            m_manager->createFileSearch(*searchFrom, kClientId, ObjectPtr<IEnvironmentInfo>());
+        // Kernels and modules as a profiler records them: "snd_hda_intel", "[ext4]",
+        // "[kernel.kallsyms]", compressed modules and kernels unpacked, or turned down
+        // with the reason.
+        ObjectPtr<ISearchOptions> options = ISearchOptions::create();
+        options->setRecordedKernelNames(true);
+        options->setUnpackedKernelsOnly(true);
+        options->setSystemRoot(settings.systemRoot.c_str());
+        m_search = IFileSearch::create(
+            m_manager->createSearchEnv(*searchFrom, kClientId, ObjectPtr<IEnvironmentInfo>()),
+            options);
     }
 
     Outcome locate(const Request& request) override {

@@ -1,5 +1,7 @@
 #include "core/search_options.h"
 
+#include <filesystem>
+
 namespace ffcli {
 
 void addSearchOptions(CLI::App& command, SearchOptions& options) {
@@ -34,12 +36,17 @@ void addSearchOptions(CLI::App& command, SearchOptions& options) {
         ->allow_extra_args(false);
     command
         .add_option("--kernel-release", options.kernelRelease,
-                    "Kernel release of the recorded system (finds /boot/vmlinux-R and modules)")
+                    "Kernel release of the recorded system: its kernel (/boot/vmlinuz-R, "
+                    "unpacked), its modules (/lib/modules/R) and their debug files "
+                    "(/usr/lib/debug/lib/modules/R, /usr/lib/debug/boot/vmlinux-R)")
         ->type_name("R");
     command.add_flag("--no-identity-check", options.noIdentityCheck,
                      "Accept a symbol file without comparing its build-id (or debug link CRC), "
                      "target and debug information with the binary's, and a binary without "
                      "comparing its build-id with the expected one");
+    addDirectory("--system-root", options.systemRoot,
+                 "Take the system directories (/lib/modules, /boot, /usr/lib/debug...) under "
+                 "DIR, e.g. an unpacked package or another machine's file system");
     command.add_flag("--json", options.json, "Print a JSON array instead of the table");
 }
 
@@ -69,6 +76,10 @@ bool makeSearchSettings(const SearchOptions& options, SearchSettings& settings,
     parsed.resultDir = options.resultDir;
     parsed.kernelRelease = options.kernelRelease;
     parsed.identityCheck = !options.noIdentityCheck;
+    // The library joins the root with absolute paths: it must be absolute itself.
+    if (!options.systemRoot.empty())
+        parsed.systemRoot =
+            std::filesystem::absolute(options.systemRoot).lexically_normal().string();
     settings = parsed;
     return true;
 }

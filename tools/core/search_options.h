@@ -12,6 +12,7 @@
 //   --steps [+|-]STEP,...  switch search steps on or off (step_names.h)
 //   --kernel-release R     the kernel release of the recorded system
 //   --no-identity-check    accept binaries and symbol files of other builds (ff_identity.h)
+//   --system-root DIR      the system directories under DIR (/lib/modules, /boot...)
 //   --json                 a JSON array instead of the table
 #pragma once
 
@@ -35,6 +36,7 @@ struct SearchOptions {
     std::vector<std::string> steps;
     std::string kernelRelease;
     bool noIdentityCheck = false;
+    std::string systemRoot;
     bool json = false;
 };
 
@@ -48,6 +50,7 @@ struct SearchSettings {
     std::string cacheDir;
     std::string resultDir;
     std::string kernelRelease;
+    std::string systemRoot;
     /// Applied to the binary, symbol and source categories alike.
     StepChanges steps;
     /// Hold binaries and symbol files to the identity of their binary.

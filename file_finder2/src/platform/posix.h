@@ -82,6 +82,8 @@ void adviseSequentialReading(int fd);
 /// One read(2) of up to `size` bytes, again when a signal interrupts it: the count, 0 at
 /// the end of the file, -1 with errno set.
 std::ptrdiff_t readSome(int fd, void* buffer, size_t size);
+/// readSome() at `offset` (pread(2)), leaving the descriptor's position alone.
+std::ptrdiff_t readSomeAt(int fd, std::uint64_t offset, void* buffer, size_t size);
 /// Writes all `size` bytes, again after a short or interrupted write; false with errno set.
 bool writeAll(int fd, const void* data, size_t size);
 /// The whole contents of the file `path`; false with errno set.

@@ -50,6 +50,13 @@ std::ptrdiff_t readSome(int fd, void* buffer, size_t size) {
     }
 }
 
+std::ptrdiff_t readSomeAt(int fd, std::uint64_t offset, void* buffer, size_t size) {
+    for (;;) {
+        const ssize_t count = ::pread(fd, buffer, size, static_cast<off_t>(offset));
+        if (count >= 0 || errno != EINTR) return count;
+    }
+}
+
 bool writeAll(int fd, const void* data, size_t size) {
     const char* next = static_cast<const char*>(data);
     while (size > 0) {

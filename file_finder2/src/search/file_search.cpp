@@ -8,6 +8,7 @@
 #include "config/search_steps_configurator.h"
 #include "ff_kernel_image.h"
 #include "ff_utils.h"
+#include "files/kernel_module_names.h"
 #include "search/found_files_lazy_iterator.h"
 #include "search/search_strategies.h"
 
@@ -36,8 +37,13 @@ ObjectPtr<IFileSearch> IFileSearch::create(const ObjectPtr<ISearchEnv>& env) {
     return ObjectPtr<IFileSearch>(new FileSearch(env));
 }
 
-FileSearch::FileSearch(const ObjectPtr<ISearchEnv>& env)
-    : m_pSearchEnv(env), m_confidencePolicy(m_pSearchEnv) {
+ObjectPtr<IFileSearch> IFileSearch::create(const ObjectPtr<ISearchEnv>& env,
+                                           const ObjectPtr<ISearchOptions>& options) {
+    return ObjectPtr<IFileSearch>(new FileSearch(env, SearchOptionValues::of(options)));
+}
+
+FileSearch::FileSearch(const ObjectPtr<ISearchEnv>& env, const SearchOptionValues& options)
+    : m_pSearchEnv(env), m_confidencePolicy(m_pSearchEnv), m_options(options) {
     FF_LOG_INFO(kLogSource,
                 "Search environment: m_pSearchEnv(scBinaryFiles) = "
                     << dump(m_pSearchEnv, scBinaryFiles)
@@ -62,20 +68,23 @@ ObjectPtr<IValidFile> FileSearch::findBinFile(const char* fileName,
                    "virtual ObjectPtr<IValidFile> FileSearch::findBinFile(const char*, "
                    "IValidatorCallback*, const char*, unsigned long long)");
     if (utils::isStringEmpty(fileName) || !m_pSearchEnv) return ObjectPtr<IValidFile>();
+    // "[snd_hda_intel]" is the module snd_hda_intel, "[kernel.kallsyms]" the kernel.
+    const std::string recorded =
+        m_options.recordedKernelNames ? recordedKernelName(fileName) : std::string(fileName);
     ObjectPtr<IValidFile> result =
-        internalFindBinFile(fileName, validatorCallback, suggestedFile, stepsMask);
+        internalFindBinFile(recorded.c_str(), validatorCallback, suggestedFile, stepsMask);
     if (result) return result;
 
     // The kernel is recorded as "vmlinux": try the images of the recorded release.
-    if (utils::getFileNameOnly(fileName) != VMLINUX) return result;
+    if (utils::getFileNameOnly(recorded.c_str()) != VMLINUX) return result;
     ObjectPtr<IEnvironmentInfo> info = m_pSearchEnv->environmentInfo();
     if (!info || utils::isStringEmpty(info->kernelRelease())) return result;
     const std::string release = info->kernelRelease();
-    result = internalFindBinFile(("/boot/vmlinux-" + release).c_str(), validatorCallback,
-                                 suggestedFile, stepsMask);
+    result = internalFindBinFile(m_options.underRoot("/boot/vmlinux-" + release).c_str(),
+                                 validatorCallback, suggestedFile, stepsMask);
     if (!result)
-        result = internalFindBinFile(("/boot/vmlinuz-" + release).c_str(), validatorCallback,
-                                     suggestedFile, stepsMask);
+        result = internalFindBinFile(m_options.underRoot("/boot/vmlinuz-" + release).c_str(),
+                                     validatorCallback, suggestedFile, stepsMask);
     return result;
 }
 
@@ -86,7 +95,7 @@ ObjectPtr<IValidFile> FileSearch::internalFindBinFile(const char* fileName,
     FF_LOG_INFO(kLogSource, "Searching bin file:" << fileName);
     const std::string name = utils::getCanonicalName(fileName, false);
     const SearchRequest request{scBinaryFiles, name.c_str()};
-    BinFileSearchStrategy strategy(m_pSearchEnv.get(), request, m_tempDir);
+    BinFileSearchStrategy strategy(m_pSearchEnv.get(), request, m_tempDir, m_options);
     return findFile(request, fileName, strategy, validatorCallback, suggestedFile, stepsMask);
 }
 
@@ -122,7 +131,8 @@ ObjectPtr<IValidFile> FileSearch::findFileOfBinary(search_category_t category, c
                                                    IValidatorCallback* validatorCallback,
                                                    const char* suggestedFile) {
     if (utils::isStringEmpty(fileName) || !m_pSearchEnv) return ObjectPtr<IValidFile>();
-    const std::string name = utils::getCanonicalName(fileName, false);
+    const std::string name = utils::getCanonicalName(
+        m_options.recordedKernelNames ? recordedKernelName(fileName).c_str() : fileName, false);
     const std::string binary = utils::getCanonicalName(binaryFile, false);
     const SearchRequest request{category, name.c_str(), binary.c_str(), checksum ? checksum : "",
                                 remoteBinaryFile ? remoteBinaryFile : ""};
@@ -131,10 +141,10 @@ ObjectPtr<IValidFile> FileSearch::findFileOfBinary(search_category_t category, c
                                          << ", checksum:" << request.checksum);
     // Only findBinFile takes a step mask: the configurator is given 0 for these.
     if (category == scSymbolFiles) {
-        SymFileSearchStrategy strategy(m_pSearchEnv.get(), request, m_tempDir);
+        SymFileSearchStrategy strategy(m_pSearchEnv.get(), request, m_tempDir, m_options);
         return findFile(request, fileName, strategy, validatorCallback, suggestedFile, 0);
     }
-    SrcFileSearchStrategy strategy(m_pSearchEnv.get(), request);
+    SrcFileSearchStrategy strategy(m_pSearchEnv.get(), request, m_options);
     return findFile(request, fileName, strategy, validatorCallback, suggestedFile, 0);
 }
 
@@ -160,8 +170,8 @@ ObjectPtr<IValidFile> FileSearch::findFile(const SearchRequest& request, const c
     FF_LOG_INFO(kLogSource, "Suggested resolutions after callback: suggestedResolutions: "
                                 << dump(suggestions));
 
-    FoundFilesLazyIterator found(strategy, validator,
-                                 searchSteps(*m_pSearchEnv, request.category, stepsMask));
+    FoundFilesLazyIterator found(
+        strategy, validator, searchSteps(*m_pSearchEnv, request.category, stepsMask), m_options);
     found.reset();
     for (size_t i = 0; i < suggestions.size(); ++i)
         found.validateAndAdd(suggestions.get(i), ssAskUser);

@@ -15,6 +15,7 @@
 
 #include "ff_search.h"
 #include "ff_searchenv.h"
+#include "search/search_options.h"
 #include "search/search_request.h"
 #include "validation/confidence_level_policy_wrapper.h"
 
@@ -24,7 +25,8 @@ class IFileSearchStrategy;
 
 class FileSearch : public RefCountImpl<IFileSearch> {
 public:
-    explicit FileSearch(const ObjectPtr<ISearchEnv>& env);
+    explicit FileSearch(const ObjectPtr<ISearchEnv>& env,
+                        const SearchOptionValues& options = SearchOptionValues::none());
     ~FileSearch() override;
 
     ObjectPtr<IValidFile> findBinFile(const char* fileName, IValidatorCallback* validatorCallback,
@@ -64,6 +66,8 @@ private:
     ObjectPtr<ISearchEnv> m_pSearchEnv;
     ConfidenceLevelPolicyWrapper m_confidencePolicy;
     std::string m_tempDir;
+    /// Taken at creation: the client's later changes do not reach a search in progress.
+    const SearchOptionValues m_options;
 };
 
 }  // namespace FF_2_13

@@ -4,8 +4,11 @@
 #include "QORAL_2_18/debug.h"
 #include "base/log.h"
 #include "ff_utils.h"
+#include "files/kernel_module_names.h"
+#include "files/kernel_unpacker.h"
 #include "search/kernel_image_cache.h"
 #include "search/search_strategies.h"
+#include "validation/validated_files.h"
 
 namespace FF_2_13 {
 
@@ -44,13 +47,15 @@ bool listsName(const std::list<ObjectPtr<T>>& files, const char* name) {
 
 FoundFilesLazyIterator::FoundFilesLazyIterator(IFileSearchStrategy& strategy,
                                                IValidatorInternal& validator,
-                                               const ObjectPtr<ISearchStepsIterator>& steps)
+                                               const ObjectPtr<ISearchStepsIterator>& steps,
+                                               const SearchOptionValues& options)
     : m_strategy(strategy),
       m_validator(validator),
       m_validIterator(m_validFiles),
       m_invalidIterator(m_invalidFiles),
       m_current(m_validFiles.end()),
-      m_steps(steps) {
+      m_steps(steps),
+      m_options(options) {
     QORAL_ASSERT_AT(m_steps, "Null pointer", kImplSource);
 }
 
@@ -130,6 +135,7 @@ bool FoundFilesLazyIterator::wantsMissingCandidates() const {
 
 ObjectPtr<IValidatedFile> FoundFilesLazyIterator::judge(const char* fileName,
                                                         unsigned int searchStep) {
+    if (unpacksFirst(fileName)) return judgeUnpacked(fileName, searchStep);
     ObjectPtr<IValidatedFile> verdict = m_validator.validateInternal(fileName, searchStep);
     if (verdict->validFile() || !KernelImageCache::isCompressedImage(fileName)) return verdict;
     // The unpacked kernel is judged with the step that found the compressed image, so the
@@ -148,6 +154,30 @@ ObjectPtr<IValidatedFile> FoundFilesLazyIterator::judge(const char* fileName,
     // A compressed image that cannot be hashed cannot be read: dropped like a candidate
     // that does not exist.
     return ObjectPtr<IValidatedFile>();
+}
+
+bool FoundFilesLazyIterator::unpacksFirst(const char* fileName) const {
+    const bool compressed =
+        (m_options.unpackedKernelsOnly && KernelImageCache::isCompressedImage(fileName)) ||
+        (m_options.recordedKernelNames && compressedModuleSuffix(fileName) > 0);
+    // Some architectures boot an ELF kernel that is named vmlinuz all the same.
+    return compressed && !isElfFile(fileName);
+}
+
+ObjectPtr<IValidatedFile> FoundFilesLazyIterator::judgeUnpacked(const char* fileName,
+                                                                unsigned int searchStep) {
+    // A compressed file is of no use to a caller that reads modules: only what it carries
+    // is judged, and what cannot be unpacked is turned down with the reason.
+    std::string unpacked;
+    const KernelUnpackResult result = KernelImageCache::isCompressedImage(fileName)
+                                          ? KernelImageCache::unpackAnyFormat(fileName, unpacked)
+                                          : KernelImageCache::unpackModule(fileName, unpacked);
+    if (result.status == kuUnpacked)
+        return m_validator.validateInternal(unpacked.c_str(), searchStep);
+    const std::string reason = "cannot be unpacked: " + utils::describeKernelUnpack(result);
+    ObjectPtr<IInvalidFile> rejected(new InvalidFile(
+        fileName, svHard, reason.c_str(), static_cast<search_step_t>(searchStep & 0xFFFF)));
+    return ObjectPtr<IValidatedFile>(new ValidatedFile(*rejected));
 }
 
 }  // namespace FF_2_13

@@ -10,7 +10,9 @@
 //   1. a candidate that does not exist is dropped without a trace in the lists;
 //   2. the validator judges it; a rejected compressed kernel image ("vmlinuz...") is
 //      replaced by its unpacked "vmlinux" from the KernelImageCache, judged with the
-//      same step;
+//      same step. With the search options that ask for it, a compressed kernel image or
+//      module is unpacked before any judgement, and only the unpacked file is judged;
+//      one that cannot be unpacked is rejected with the reason;
 //   3. a file already listed under the same canonical name is a duplicate;
 //   4. the rest is appended to the valid or the invalid list; only a new valid file
 //      answers true, which tells the producer to stop.
@@ -23,6 +25,7 @@
 #include "ff_callbacks.h"
 #include "ff_search_steps.h"
 #include "search/search_interfaces.h"
+#include "search/search_options.h"
 #include "validation/validator.h"
 
 namespace FF_2_13 {
@@ -52,9 +55,11 @@ public:
         bool m_hasLast = false;
     };
 
-    /// `steps`: the enabled steps of the strategy's category, in search order.
+    /// `steps`: the enabled steps of the strategy's category, in search order. `options`
+    /// are not copied: the search's outlive the iterator.
     FoundFilesLazyIterator(IFileSearchStrategy& strategy, IValidatorInternal& validator,
-                           const ObjectPtr<ISearchStepsIterator>& steps);
+                           const ObjectPtr<ISearchStepsIterator>& steps,
+                           const SearchOptionValues& options = SearchOptionValues::none());
     ~FoundFilesLazyIterator();
     FoundFilesLazyIterator(const FoundFilesLazyIterator&) = delete;
     FoundFilesLazyIterator& operator=(const FoundFilesLazyIterator&) = delete;
@@ -76,6 +81,11 @@ private:
     /// The validator's verdict on the candidate, or on the kernel it carries; empty when
     /// the candidate is to be dropped without a trace.
     ObjectPtr<IValidatedFile> judge(const char* fileName, unsigned int searchStep);
+    /// True when the options ask for `fileName` to be unpacked before it is judged.
+    bool unpacksFirst(const char* fileName) const;
+    /// The verdict on what the compressed `fileName` carries, or its rejection with the
+    /// reason it could not be unpacked.
+    ObjectPtr<IValidatedFile> judgeUnpacked(const char* fileName, unsigned int searchStep);
 
     IFileSearchStrategy& m_strategy;
     IValidatorInternal& m_validator;
@@ -85,6 +95,7 @@ private:
     FilesIterator<IInvalidFile, IInvalidFileIterator> m_invalidIterator;
     std::list<ObjectPtr<IValidFile>>::iterator m_current;
     ObjectPtr<ISearchStepsIterator> m_steps;
+    const SearchOptionValues& m_options;
 };
 
 }  // namespace FF_2_13

@@ -7,6 +7,7 @@
 #include "base/log.h"
 #include "ff_kernel_image.h"
 #include "ff_utils.h"
+#include "files/kernel_module_names.h"
 #include "files/linux_names.h"
 #include "platform/posix.h"
 #include "search/files_finder.h"
@@ -50,8 +51,33 @@ bool isInsideDirectory(const std::string& path, const std::string& dir) {
 // ---------------------------------------------------------------------------------------
 // BasicFileSearchStrategy
 
-BasicFileSearchStrategy::BasicFileSearchStrategy(ISearchEnv* env, const SearchRequest& request)
-    : m_env(env), m_fileName(request.fileName) {}
+BasicFileSearchStrategy::BasicFileSearchStrategy(ISearchEnv* env, const SearchRequest& request,
+                                                 const SearchOptionValues& options)
+    : m_env(env), m_fileName(request.fileName), m_options(options) {
+    if (options.recordedKernelNames && request.category != scSourceFiles)
+        m_names = moduleFileNames(request.fileName);
+}
+
+template <class Step>
+bool BasicFileSearchStrategy::forEachName(Step step) {
+    if (m_names.size() < 2) return step();
+    const char* requested = m_fileName;
+    bool found = false;
+    for (auto name = m_names.begin(); !found && name != m_names.end(); ++name) {
+        m_fileName = name->c_str();
+        found = step();
+    }
+    m_fileName = requested;
+    return found;
+}
+
+std::string BasicFileSearchStrategy::kernelRelease() const {
+    ObjectPtr<IEnvironmentInfo> info =
+        m_env ? m_env->environmentInfo() : ObjectPtr<IEnvironmentInfo>();
+    if (info && !utils::isStringEmpty(info->kernelRelease())) return info->kernelRelease();
+    std::string release;
+    return posix::runningKernelRelease(release) ? release : std::string();
+}
 
 bool BasicFileSearchStrategy::offerAbsoluteName(ISearchResultsContainer& results) {
     if (!utils::isAbsolutePath(m_fileName)) return false;  // a relative name is no path here
@@ -67,11 +93,11 @@ bool BasicFileSearchStrategy::lookUpAroundBinary(ISearchResultsContainer&) {
 }
 
 bool BasicFileSearchStrategy::findInHighPriorityDirs(ISearchResultsContainer& results) {
-    return findInPriorityDirs(results, true);
+    return forEachName([&] { return findInPriorityDirs(results, true); });
 }
 
 bool BasicFileSearchStrategy::findInLowPriorityDirs(ISearchResultsContainer& results) {
-    return findInPriorityDirs(results, false);
+    return forEachName([&] { return findInPriorityDirs(results, false); });
 }
 
 bool BasicFileSearchStrategy::findInPriorityDirs(ISearchResultsContainer& results,
@@ -106,11 +132,13 @@ bool BasicFileSearchStrategy::findInSearchDirs(ISearchResultsContainer& results,
 
 bool BasicFileSearchStrategy::findInArchiveDirs(ISearchResultsContainer& results) {
     if (!m_env) return false;
-    FilesFinder finder(ssArchiveSearchDirs);
-    const std::string baseName = utils::getFileNameOnly(fileToSearch());
-    fillArchiveDirs(m_env->archiveDirs(getCategorySpecific()), finder, baseName);
-    fillArchiveDirs(m_env->archiveDirs(scAllFiles), finder, baseName);
-    return finder.find(baseName.c_str(), results);
+    return forEachName([&] {
+        FilesFinder finder(ssArchiveSearchDirs);
+        const std::string baseName = utils::getFileNameOnly(fileToSearch());
+        fillArchiveDirs(m_env->archiveDirs(getCategorySpecific()), finder, baseName);
+        fillArchiveDirs(m_env->archiveDirs(scAllFiles), finder, baseName);
+        return finder.find(baseName.c_str(), results);
+    });
 }
 
 void BasicFileSearchStrategy::fillArchiveDirs(const ObjectPtr<ISearchDirIterator>& dirs,
@@ -131,19 +159,21 @@ void BasicFileSearchStrategy::fillArchiveDirs(const ObjectPtr<ISearchDirIterator
 
 bool BasicFileSearchStrategy::findInCacheDir(ISearchResultsContainer& results) {
     if (!m_env) return false;
-    FilesFinder finder(ssCacheSearchDir);
-    const std::string baseName = utils::getFileNameOnly(fileToSearch());
     const char* cacheDir = m_env->cacheDir();
     if (utils::isStringEmpty(cacheDir)) {
         FF_LOG_ERROR(kLogSource, "Empty directory name.");
         return false;
     }
-    finder.addSearchDirectory(cacheDir, true);
-    return finder.find(baseName.c_str(), results);
+    return forEachName([&] {
+        FilesFinder finder(ssCacheSearchDir);
+        const std::string baseName = utils::getFileNameOnly(fileToSearch());
+        finder.addSearchDirectory(cacheDir, true);
+        return finder.find(baseName.c_str(), results);
+    });
 }
 
 bool BasicFileSearchStrategy::findInSystemDirs(ISearchResultsContainer& results) {
-    return findInSystemDirsAs(fileToSearch(), results);
+    return forEachName([&] { return findInSystemDirsAs(fileToSearch(), results); });
 }
 
 bool BasicFileSearchStrategy::findInSystemDirsAs(const std::string& name,
@@ -159,8 +189,9 @@ bool BasicFileSearchStrategy::findInSystemDirsAs(const std::string& name,
 // BasicLocalAndRemoteFileSearchStrategy
 
 BasicLocalAndRemoteFileSearchStrategy::BasicLocalAndRemoteFileSearchStrategy(
-    ISearchEnv* env, const SearchRequest& request, const std::string& tempDir)
-    : BasicFileSearchStrategy(env, request), m_tempDir(tempDir) {}
+    ISearchEnv* env, const SearchRequest& request, const std::string& tempDir,
+    const SearchOptionValues& options)
+    : BasicFileSearchStrategy(env, request, options), m_tempDir(tempDir) {}
 
 bool BasicLocalAndRemoteFileSearchStrategy::lookUpAbsoluteName(ISearchResultsContainer& results) {
     std::string name = fileToSearch();
@@ -178,34 +209,49 @@ bool BasicLocalAndRemoteFileSearchStrategy::lookUpAbsoluteName(ISearchResultsCon
 // BinFileSearchStrategy
 
 bool BinFileSearchStrategy::findInSystemDirs(ISearchResultsContainer& results) {
-    const char* name = fileToSearch();
-    // A name without directory and extension ("ext4") is a kernel module as the kernel
-    // reports it: its file is "ext4.ko" somewhere under /lib/modules.
-    const bool moduleName = boost::filesystem::path(name).stem().string() == name;
-    return findInSystemDirsAs(moduleName ? std::string(name) + ".ko" : std::string(name), results);
+    return forEachName([&] {
+        const char* name = fileToSearch();
+        // A name without directory and extension ("ext4") is a kernel module as the kernel
+        // reports it: its file is "ext4.ko" somewhere under /lib/modules.
+        const bool moduleName = boost::filesystem::path(name).stem().string() == name;
+        return findInSystemDirsAs(moduleName ? std::string(name) + ".ko" : std::string(name),
+                                  results);
+    });
 }
 
 void BinFileSearchStrategy::fillSystemDirs(ISearchDirectoryContainer& dirs) {
-    dirs.addSearchDirectory("/lib/modules", false);
-    std::string release;
-    if (posix::runningKernelRelease(release))  // /lib/modules/6.1.0-18-amd64/kernel/
-        dirs.addSearchDirectory(("/lib/modules/" + release + "/kernel/").c_str(), true);
+    dirs.addSearchDirectory(systemDir("/lib/modules").c_str(), false);
+    if (m_options.recordedKernelNames) {
+        // The recorded kernel's modules: /lib/modules/6.1.0-18-amd64/kernel/, and where
+        // packages and local builds put theirs, updates/ and extra/.
+        const std::string release = kernelRelease();
+        if (!release.empty())
+            for (const char* part : {"/kernel/", "/updates/", "/extra/"})
+                dirs.addSearchDirectory(systemDir("/lib/modules/" + release + part).c_str(), true);
+    } else {
+        std::string release;
+        if (posix::runningKernelRelease(release))  // /lib/modules/6.1.0-18-amd64/kernel/
+            dirs.addSearchDirectory(systemDir("/lib/modules/" + release + "/kernel/").c_str(),
+                                    true);
+    }
     if (!hasKernelImageName(fileToSearch())) return;
-    dirs.addSearchDirectory("/boot", false);
+    dirs.addSearchDirectory(systemDir("/boot").c_str(), false);
     // The debug image of the recorded kernel, not of the running one.
     ObjectPtr<IEnvironmentInfo> info =
         m_env ? m_env->environmentInfo() : ObjectPtr<IEnvironmentInfo>();
     if (info && !utils::isStringEmpty(info->kernelRelease()))
         dirs.addSearchDirectory(
-            (std::string("/usr/lib/debug/lib/modules/") + info->kernelRelease()).c_str(), false);
+            systemDir(std::string("/usr/lib/debug/lib/modules/") + info->kernelRelease()).c_str(),
+            false);
 }
 
 // ---------------------------------------------------------------------------------------
 // SymFileSearchStrategy
 
 SymFileSearchStrategy::SymFileSearchStrategy(ISearchEnv* env, const SearchRequest& request,
-                                             const std::string& tempDir)
-    : BasicLocalAndRemoteFileSearchStrategy(env, request, tempDir),
+                                             const std::string& tempDir,
+                                             const SearchOptionValues& options)
+    : BasicLocalAndRemoteFileSearchStrategy(env, request, tempDir, options),
       m_binaryFile(request.binaryFile ? request.binaryFile : ""),
       m_remoteBinaryFile(request.remoteBinaryFile ? request.remoteBinaryFile : "") {}
 
@@ -269,24 +315,44 @@ bool SymFileSearchStrategy::lookUpAroundRemoteBinary(ISearchResultsContainer& re
     return false;
 }
 
+bool SymFileSearchStrategy::findInSystemDirs(ISearchResultsContainer& results) {
+    if (BasicFileSearchStrategy::findInSystemDirs(results)) return true;
+    if (!m_options.recordedKernelNames || !hasKernelImageName(fileToSearch()) ||
+        containsGuestMark(fileToSearch()))
+        return false;
+    // The debug kernel as a distribution's debug package installs it:
+    // /usr/lib/debug/boot/vmlinux-6.1.0-18-amd64
+    const std::string release = kernelRelease();
+    return !release.empty() &&
+           results.validateAndAdd(systemDir("/usr/lib/debug/boot/vmlinux-" + release).c_str(),
+                                  ssSystemDirs);
+}
+
 void SymFileSearchStrategy::fillSystemDirs(ISearchDirectoryContainer& dirs) {
-    dirs.addSearchDirectory("/usr/lib/debug", false);
+    dirs.addSearchDirectory(systemDir("/usr/lib/debug").c_str(), false);
     // A symbol file named by a path inside the binary's own directory is not looked for
     // in the mirror tree. The joined text keeps the doubled slash of an absolute
     // directory: /usr/lib/debug//usr/lib for a binary in /usr/lib.
     if (std::strncmp(fileToSearch(), m_binaryFile.c_str(), m_binaryFile.size()) != 0)
         dirs.addSearchDirectory(
-            ("/usr/lib/debug/" + utils::getFileNamePath(m_binaryFile.c_str())).c_str(), false);
+            systemDir("/usr/lib/debug/" + utils::getFileNamePath(m_binaryFile.c_str())).c_str(),
+            false);
+    if (!m_options.recordedKernelNames) return;
+    // Debug modules, and the debug kernel as "vmlinux":
+    // /usr/lib/debug/lib/modules/6.1.0-18-amd64/kernel/sound/pci/hda/snd-hda-intel.ko
+    const std::string release = kernelRelease();
+    if (!release.empty())
+        dirs.addSearchDirectory(systemDir("/usr/lib/debug/lib/modules/" + release).c_str(), true);
 }
 
 // ---------------------------------------------------------------------------------------
 // SrcFileSearchStrategy
 
 void SrcFileSearchStrategy::fillSystemDirs(ISearchDirectoryContainer& dirs) {
-    dirs.addSearchDirectory("/usr/src", false);
+    dirs.addSearchDirectory(systemDir("/usr/src").c_str(), false);
     std::string release;
     if (posix::runningKernelRelease(release))  // /usr/src/linux-headers-6.1.0-18-amd64
-        dirs.addSearchDirectory(("/usr/src/linux-headers-" + release).c_str(), false);
+        dirs.addSearchDirectory(systemDir("/usr/src/linux-headers-" + release).c_str(), false);
 }
 
 // ---------------------------------------------------------------------------------------

@@ -12,9 +12,11 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "ff_searchenv.h"
 #include "search/search_interfaces.h"
+#include "search/search_options.h"
 #include "search/search_request.h"
 
 namespace FF_2_13 {
@@ -42,8 +44,9 @@ protected:
 class BasicFileSearchStrategy : public IFileSearchStrategy {
 public:
     /// `env` may be null: every step that needs it then finds nothing. The request's
-    /// names are not copied: the caller's strings outlive the strategy.
-    BasicFileSearchStrategy(ISearchEnv* env, const SearchRequest& request);
+    /// names and the options are not copied: the caller's outlive the strategy.
+    BasicFileSearchStrategy(ISearchEnv* env, const SearchRequest& request,
+                            const SearchOptionValues& options = SearchOptionValues::none());
 
     bool findInArchiveDirs(ISearchResultsContainer& results) override;
     bool findInHighPriorityDirs(ISearchResultsContainer& results) override;
@@ -64,15 +67,30 @@ protected:
     bool offerAbsoluteName(ISearchResultsContainer& results);
     /// Offers `name` in the system directories, unless the request names a guest's file.
     bool findInSystemDirsAs(const std::string& name, ISearchResultsContainer& results);
+    /// Runs `step` once for each name the requested file may have (a kernel module's other
+    /// spellings, with the recorded kernel names option), fileToSearch() answering each in
+    /// turn, until one step answers true.
+    template <class Step>
+    bool forEachName(Step step);
+    /// The release of the recorded kernel, else of the running one; "" when neither is known.
+    std::string kernelRelease() const;
+    /// `path` under the options' system root.
+    std::string systemDir(const std::string& path) const { return m_options.underRoot(path); }
 
     ISearchEnv* m_env;
     const char* m_fileName;
+    const SearchOptionValues& m_options;
+
+private:
+    /// With the recorded kernel names option, the requested name and its other spellings.
+    std::vector<std::string> m_names;
 };
 
 class BasicLocalAndRemoteFileSearchStrategy : public BasicFileSearchStrategy {
 public:
-    BasicLocalAndRemoteFileSearchStrategy(ISearchEnv* env, const SearchRequest& request,
-                                          const std::string& tempDir);
+    BasicLocalAndRemoteFileSearchStrategy(
+        ISearchEnv* env, const SearchRequest& request, const std::string& tempDir,
+        const SearchOptionValues& options = SearchOptionValues::none());
     /// A name the client's file retriever says is not on this machine is fetched into
     /// the cache and offered from there.
     bool lookUpAbsoluteName(ISearchResultsContainer& results) override;
@@ -92,11 +110,12 @@ public:
 
 class SymFileSearchStrategy : public BasicLocalAndRemoteFileSearchStrategy {
 public:
-    SymFileSearchStrategy(ISearchEnv* env, const SearchRequest& request,
-                          const std::string& tempDir);
+    SymFileSearchStrategy(ISearchEnv* env, const SearchRequest& request, const std::string& tempDir,
+                          const SearchOptionValues& options = SearchOptionValues::none());
 
     bool lookUpAbsoluteName(ISearchResultsContainer& results) override;
     bool lookUpAroundBinary(ISearchResultsContainer& results) override;
+    bool findInSystemDirs(ISearchResultsContainer& results) override;
     search_category_t getCategorySpecific() override { return scSymbolFiles; }
     void fillSystemDirs(ISearchDirectoryContainer& dirs) override;
 
