@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "callback_doubles.h"
-#include "ff_kernel_image.h"
 #include "ff_searchenv.h"
 #include "ff_utils.h"
 #include "gzip.h"
@@ -19,14 +18,12 @@ namespace {
 class SearchTest : public ::testing::Test {
 protected:
     SearchTest() { env->setSearchDirs(dirs); }
-    // The file `name` found by a search for `request`, "<none>" when nothing is, with the
-    // step it was found in.
+    // "<name> step <step>" of what a search for `request` returns, or "<none>".
     std::string find(const char* request, IValidatorCallback* validator = nullptr,
-                     const char* suggested = nullptr, search_step_t* step = nullptr) {
+                     const char* suggested = nullptr) {
         ObjectPtr<IValidFile> found =
             IFileSearch::create(env)->findBinFile(request, validator, suggested, 0);
-        if (found && step) *step = found->searchStep();
-        return found ? found->name() : "<none>";
+        return found ? found->name() + (" step " + std::to_string(found->searchStep())) : "<none>";
     }
     std::string dir(const char* name, bool recursive, bool high,
                     search_category_t category = scBinaryFiles) {
@@ -58,28 +55,23 @@ TEST_F(SearchTest, StepsRunInTheirOrderAndTheFilesFoundCallbackChooses) {
     const std::string high = tmp.makeFile("high/libx.so"), low = tmp.makeFile("low/sub/libx.so");
     dir("low", true, false);
     dir("high", false, true);
-    search_step_t step;
-    EXPECT_EQ(high, find("/elsewhere/libx.so", nullptr, nullptr, &step));
-    EXPECT_EQ(ssHighPrioritySearchDirs, step);
+    EXPECT_EQ(high + " step 2", find("/elsewhere/libx.so"));
     {
         // The callback walks on: the second file comes from a later step.
         fftest::FilesFoundCallback second(2), none(0);
         env->setFilesFoundCallback(&second);
-        EXPECT_EQ(low, find("/elsewhere/libx.so", nullptr, nullptr, &step));
-        EXPECT_EQ(ssLowPrioritySearchDirs, step);
+        EXPECT_EQ(low + " step 16", find("/elsewhere/libx.so"));
         env->setFilesFoundCallback(&none);  // its choice is the answer, even nothing
         EXPECT_EQ("<none>", find("/elsewhere/libx.so"));
     }
-    EXPECT_EQ(high, find("/elsewhere/libx.so"));  // destroyed: no longer asked
+    EXPECT_EQ(high + " step 2", find("/elsewhere/libx.so"));  // destroyed: no longer asked
 }
 
 TEST_F(SearchTest, AValidSuggestionComesFirst) {
     const std::string suggested = tmp.makeFile("suggested/libx.so"),
                       inDir = tmp.makeFile("dir/libx.so");
     dir("dir", false, true);
-    search_step_t step;
-    EXPECT_EQ(suggested, find("libx.so", nullptr, suggested.c_str(), &step));
-    EXPECT_EQ(ssAskUser, step);
+    EXPECT_EQ(suggested + " step 64", find("libx.so", nullptr, suggested.c_str()));
     fftest::FilesFoundCallback all(5);
     env->setFilesFoundCallback(&all);
     find("libx.so", nullptr, suggested.c_str());
@@ -156,13 +148,12 @@ TEST_F(SearchTest, ACompressedKernelIsUnpackedOnceAndFoundAgainFromTheCache) {
     dir("kernels", false, true);
     fftest::ValidatorCallback rejectCompressed(vrInvalid, "vmlinuz");
     fftest::LogCapture log(log4cplus::INFO_LOG_LEVEL);
-    search_step_t step;
-    const std::string image = find("vmlinuz-9.9", &rejectCompressed, nullptr, &step);
-    EXPECT_EQ(tmp / "userdata/vmlinux_cache/", image.substr(0, image.rfind('/') - 32));
-    EXPECT_EQ(VMLINUX, utils::getFileNameOnly(image.c_str()));
-    EXPECT_EQ(ssHighPrioritySearchDirs, step);
+    const std::string found = find("vmlinuz-9.9", &rejectCompressed),
+                      image = found.substr(0, found.find(' '));
+    EXPECT_EQ(tmp / "userdata/vmlinux_cache/", image.substr(0, image.size() - 32 - 8));
+    EXPECT_EQ("/vmlinux step 2", found.substr(image.size() - 8));
     EXPECT_EQ(kernel, fftest::readFile(image));
-    EXPECT_EQ(image, find("vmlinuz-9.9", &rejectCompressed));
+    EXPECT_EQ(found, find("vmlinuz-9.9", &rejectCompressed));
     EXPECT_EQ(1u, log.count(" was extracted from "));  // once
 }
 

@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "search/search_interfaces.h"
 #include "ff_validation.h"
+#include "search/search_interfaces.h"
 
 namespace fftest {
 

@@ -1,15 +1,11 @@
-// Bad input at every public entry point: awkward names (null, empty, dot names, ".." climbs,
-// names around and far beyond PATH_MAX, a component over NAME_MAX, high bytes, newlines,
-// names of another system) through each function that takes a name. Nothing may crash, and
-// no exception but the documented std::logic_error may leave. What each call answered is
-// kept in tests/data/bad_input.golden, the inputs that got one answer on one line: "NAME"
-// stands for the input itself, so an answer reads as a rule ("kept as given", "under the
-// name") rather than as a copy of the bytes. FF_UPDATE_GOLDEN=1 rewrites the file after an
-// intended change: review its diff.
-//
-// Calls that touch files get a fresh tree <tmp>/d1/d2/d3 each, with the working directory at
-// d3: relative names land below it, "../.." stays inside <tmp>, and "/x" is taken as d3/x.
-// Answers show d3 as <sandbox>.
+// Bad input at every public entry point that takes a name: null, empty, dot names, ".."
+// climbs, names around and far beyond PATH_MAX, a component over NAME_MAX, high bytes,
+// newlines, names of another system. Nothing may crash and no exception but the documented
+// std::logic_error may leave. The answers are kept in tests/data/bad_input.golden, the inputs
+// that got one answer on one line, "NAME" standing for the input where it appears in an answer;
+// FF_UPDATE_GOLDEN=1 rewrites it after an intended change: review its diff. Calls that touch
+// files run in a fresh tree <tmp>/d1/d2/d3 (shown as <sandbox>) with the working directory at
+// d3: "../.." stays inside <tmp>, and "/x" is taken as d3/x.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -20,8 +16,6 @@
 #include <fstream>
 #include <functional>
 #include <iterator>
-#include <map>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <typeinfo>
@@ -282,12 +276,6 @@ std::vector<EntryPoint> entryPoints() {
              return join(" ", {calc->calculateChecksum(n, ctMD5) ? "a sum" : "none",
                                parsed ? named(parsed->value(), n) : "none"});
          }},
-        {"IEditableSearchDirContainer: addDirectory(scSymbolFiles, NAME, true, false)", false,
-         [](auto n) {
-             ObjectPtr<IEditableSearchDirContainer> dirs = IEditableSearchDirContainer::create();
-             return join(" ", {show(dirs->addDirectory(scSymbolFiles, n, true, false)),
-                               dirsOf(dirs->enumerate(scSymbolFiles), scSymbolFiles, n)});
-         }},
         {"IPersistentSearchDirContainer::create(NAME), addDirectory, isSaved", true,
          [](auto n) -> std::string {
              ObjectPtr<IPersistentSearchDirContainer> dirs =
@@ -364,36 +352,28 @@ std::vector<EntryPoint> entryPoints() {
                                 show(mgr->archiveFile(*c, "image", scAllFiles)),
                                 show(mgr->archiveFile(*c, n, scAllFiles))});
          }},
-        {"key and client id NAME: registerSearchDirs({/before}), the 8 registrations by client id, "
-         "captureSearchDirs, registerSearchDirs({/after}, \"k\"), createSearchEnv; "
-         "releaseSearchDirs; "
-         "createSearchEnv; createFileSearch",
+        {"key and client id NAME: registerSearchDirs({/before}), registerSearchStartedCallback, "
+         "registerSearchStepsConfigurator, captureSearchDirs, registerSearchDirs({/after}, \"k\"), "
+         "createSearchEnv; releaseSearchDirs; createSearchEnv",
          false,
          [mgr](auto n) {
              ObjectPtr<IResolutionContext> c = freshContext();
-             ObjectPtr<ISearchStepsConfigurator> steps = ISearchStepsConfigurator::create();
              const std::string calls = eachOf({
                  [&] { mgr->registerSearchDirs(*c, dirsOf("/before"), n); },
                  [&] { mgr->registerSearchStartedCallback(*c, n, nullptr); },
-                 [&] { mgr->registerFilesFoundCallback(*c, n, nullptr); },
-                 [&] { mgr->registerNoFilesFoundCallback(*c, n, nullptr); },
-                 [&] { mgr->registerConfidenceLevelPolicyCallback(*c, n, nullptr); },
-                 [&] { mgr->registerFileRetriever(*c, n, nullptr); },
-                 [&] { mgr->registerSearchStepsConfigurator(*c, n, steps); },
-                 [&] { mgr->registerMessenger(*c, n, nullptr); },
-                 [&] { mgr->registerEnvironmentInfo(*c, n, IEditableEnvironmentInfo::create()); },
+                 [&] {
+                     mgr->registerSearchStepsConfigurator(*c, n,
+                                                          ISearchStepsConfigurator::create());
+                 },
                  [&] { mgr->captureSearchDirs(*c, n); },
              });
              mgr->registerSearchDirs(*c, dirsOf("/after"), "k");
-             ObjectPtr<ISearchEnv> env = mgr->createSearchEnv(*c, n, nullptr);
-             return join("; ", {calls,
-                                dirsOf(env->searchDirs(scAllFiles), scAllFiles, n) +
-                                    (env->searchStepsConfigurator() ? " steps" : "") +
-                                    (env->environmentInfo() ? " info" : ""),
-                                eachOf({[&] { mgr->releaseSearchDirs(*c, n); }}),
-                                dirsOf(mgr->createSearchEnv(*c, n, nullptr)->searchDirs(scAllFiles),
-                                       scAllFiles, n),
-                                show(bool(mgr->createFileSearch(*c, n, nullptr)))});
+             auto dirs = [&] {
+                 return dirsOf(mgr->createSearchEnv(*c, n, nullptr)->searchDirs(scAllFiles),
+                               scAllFiles, n);
+             };
+             return join("; ",
+                         {calls, dirs(), eachOf({[&] { mgr->releaseSearchDirs(*c, n); }}), dirs()});
          }},
         {"IFileSearch over <sandbox>: findBinFile(NAME); findBinFile(\"image\", suggested NAME); "
          "findSymFile(NAME, binary \"image\"); findSymFile(\"image\", NAME in every other name); "
@@ -410,21 +390,18 @@ std::vector<EntryPoint> entryPoints() {
                   named(sandboxSearch()->findSymFile("image", n, n, nullptr, n, nullptr, n), n),
                   named(sandboxSearch()->findSrcFile(n, n, n, nullptr, n), n)});
          }},
-        {"ISearchManipulator: the 7 setters with client id NAME", false,
+        {"ISearchManipulator with client id NAME: setSearchStartedBehavior, "
+         "setOwnFilesFoundCallback, "
+         "setSearchDirsBehavior",
+         false,
          [](auto n) {
              ObjectPtr<ISearchManipulator> m =
                  createSearchManipulatorByContext(freshContext(), nullptr, nullptr);
-             bool dirs = false;
-             const std::string calls = eachOf({
-                 [&] { m->setSearchStartedBehavior(n, ssbSuggestRememberedAndSearch); },
-                 [&] { m->setOwnSearchStartedCallback(n, nullptr); },
-                 [&] { m->setFilesFoundBehavior(n, ffbRememberChoice); },
-                 [&] { m->setOwnFilesFoundCallback(n, nullptr); },
-                 [&] { m->setNoFilesFoundBehavior(n, nfbRememberResultOrFailure); },
-                 [&] { m->setOwnNoFilesFoundCallback(n, nullptr); },
-                 [&] { dirs = m->setSearchDirsBehavior(n, sdbCaptureNow); },
-             });
-             return calls + ", setSearchDirsBehavior " + show(dirs);
+             return join(
+                 " ",
+                 {eachOf({[&] { m->setSearchStartedBehavior(n, ssbSuggestRememberedAndSearch); },
+                          [&] { m->setOwnFilesFoundCallback(n, nullptr); }}),
+                  show(m->setSearchDirsBehavior(n, sdbCaptureNow))});
          }},
         {"ISearchManipulator remembering for \"c\", search over <sandbox>: findBinFile(NAME) "
          "twice, then the history's association of NAME",
@@ -450,18 +427,17 @@ std::vector<EntryPoint> entryPoints() {
          }},
         {"user data directory NAME: utils::createUniqueTempDir", true,
          [](auto n) -> std::string {
-             // Null restores the default directory (under $HOME), and on a name near
-             // PATH_MAX create_directories builds a tree 500 levels deep that no cleanup
-             // removes by name: those are not called.
+             // Not for null, which restores the default (under $HOME), nor near PATH_MAX, where
+             // a tree 500 levels deep would be made that no cleanup removes by name.
              if (!n || std::strlen(n) >= 4000) return "not called";
              tarnbase2::IProductLocations::setUserDataDir(n);
              std::string dir;
              const unsigned int code = utils::createUniqueTempDir(dir);
              tarnbase2::IProductLocations::setUserDataDir(nullptr);
-             if (code != utils::kArchiveDone) return std::to_string(code);
-             // The last element is random: "ff-" and four groups of hex digits.
-             return "0 " + named(dir.substr(0, dir.size() - 22) + "ff-RANDOM", n) +
-                    (utils::isDirectory(dir.c_str()) ? " made" : " NOT MADE");
+             // The last element is "ff-" and four random groups of hex digits.
+             return code ? std::to_string(code)
+                         : "0 " + named(dir.substr(0, dir.size() - 22) + "ff-RANDOM", n) +
+                               (utils::isDirectory(dir.c_str()) ? " made" : " NOT MADE");
          }},
     };
 }
