@@ -1,5 +1,6 @@
-// End-to-end searches on temporary trees: the search protocol with its callbacks, the
-// kernel fallbacks and images, and duplicates. (Concurrent searches: tests/stress.)
+// End-to-end searches on temporary trees: the search protocol with its callbacks, the kernel
+// fallbacks and images, and duplicates. (Empty and odd names: the bad-input table; concurrent
+// searches: tests/stress.)
 #include <gtest/gtest.h>
 
 #include "callback_doubles.h"
@@ -40,17 +41,6 @@ protected:
 
 }  // namespace
 
-TEST_F(SearchTest, EmptyNamesReturnNullBeforeAnyCallback) {
-    env->setSearchStartedCallback(&started);
-    ObjectPtr<IFileSearch> search = IFileSearch::create(env);
-    EXPECT_FALSE(search->findBinFile(nullptr, nullptr, nullptr, 0));
-    EXPECT_FALSE(search->findSymFile("", "/bin/x", nullptr, nullptr, nullptr, nullptr, nullptr));
-    EXPECT_FALSE(search->findSrcFile(nullptr, "/bin/x", nullptr, nullptr, nullptr));
-    EXPECT_TRUE(started.calls.empty());
-    EXPECT_FALSE(
-        IFileSearch::create(ObjectPtr<ISearchEnv>())->findBinFile("x", nullptr, nullptr, 0));
-}
-
 TEST_F(SearchTest, StepsRunInTheirOrderAndTheFilesFoundCallbackChooses) {
     const std::string high = tmp.makeFile("high/libx.so"), low = tmp.makeFile("low/sub/libx.so");
     dir("low", true, false);
@@ -65,6 +55,8 @@ TEST_F(SearchTest, StepsRunInTheirOrderAndTheFilesFoundCallbackChooses) {
         EXPECT_EQ("<none>", find("/elsewhere/libx.so"));
     }
     EXPECT_EQ(high + " step 2", find("/elsewhere/libx.so"));  // destroyed: no longer asked
+    EXPECT_FALSE(
+        IFileSearch::create(ObjectPtr<ISearchEnv>())->findBinFile("x", nullptr, nullptr, 0));
 }
 
 TEST_F(SearchTest, AValidSuggestionComesFirst) {

@@ -69,11 +69,12 @@ TEST(PersistentSearchDirs, RoundTripsEveryFlagAndCategoryAndWritesOnlyOnAChange)
 // What is valid loads, every fault is logged once, and the damaged file stays as it is
 // until the first change, which keeps it beside as ".corrupt".
 TEST(PersistentSearchDirs, DamagedFilesLoadWhatIsValidAndAreKeptOnTheFirstChange) {
-    auto entry = [](const char* category, const char* name, const char* recursive,
-                    const char* priority) {
-        return std::string(R"({"searchCategory": {"category": )") + category +
+    // An entry of the file, its fields given as JSON.
+    auto e = [](std::string category, std::string name, std::string recursive,
+                std::string priority) {
+        return R"({"searchCategory": {"category": )" + category +
                R"(}, "searchDirectory": {"name": )" + name + R"(, "recursive": )" + recursive +
-               R"(, "priority": )" + priority + "}}";
+               R"(, "priority": )" + priority + "}}, ";
     };
     const struct {
         std::string content;
@@ -81,16 +82,16 @@ TEST(PersistentSearchDirs, DamagedFilesLoadWhatIsValidAndAreKeptOnTheFirstChange
         size_t lines;  // logged
         std::vector<std::string> faults;
     } cases[] = {
-        {"{\"searchDirs\": [" + entry(R"("symbols")", R"("/good")", "true", R"("high")") + "," +
-             entry(R"("kernels")", R"("/x")", "true", R"("low")") + "," +
-             entry(R"("binaries")", "42", "true", R"("low")") + "," +
-             entry(R"("binaries")", R"("/x")", R"("yes")", R"("low")") + "," +
-             entry(R"("binaries")", R"("/x")", "true", R"("urgent")") + "," +
-             R"({"searchCategory": {"category": "all"}, "searchDirectory": {"name": "/x"}},)"
-             R"({"searchDirectory": {"name": "/x", "recursive": true, "priority": "low"}},)"
-             R"("just text", 17,)" +
-             // As earlier versions wrote a name that is not UTF-8.
-             entry(R"("sources")", "[47, 233]", "false", R"("low")") + "], \"other\": 1}",
+        {"{\"searchDirs\": [" + e(R"("symbols")", R"("/good")", "true", R"("high")") +
+             e(R"("kernels")", R"("/x")", "true", R"("low")") +
+             e(R"("binaries")", "42", "true", R"("low")") +
+             e(R"("binaries")", R"("/x")", R"("yes")", R"("low")") +
+             e(R"("binaries")", R"("/x")", "true", R"("urgent")") +
+             R"({"searchCategory": {"category": "all"}, "searchDirectory": {"name": "/x"}}, )"
+             R"({"searchDirectory": {"name": "/x", "recursive": true, "priority": "low"}}, )" +
+             e(R"("sources")", "[47, 233]", "false",
+               R"("low")") +  // not UTF-8, as earlier versions wrote it
+             R"("just text", 17], "other": 1})",
          {{scSymbolFiles, "/good", true, true}, {scSourceFiles, "/\xe9", false, false}},
          8,
          {"entry 2 of", "unknown category \"kernels\"",
