@@ -1,11 +1,9 @@
-// End-to-end searches on temporary trees: the search protocol with its callbacks, the
-// kernel fallbacks and images, and duplicates. Concurrent searches are the stress
-// program's (tests/stress), run under ThreadSanitizer.
+// End-to-end searches on temporary trees: the search protocol with its callbacks, the kernel
+// fallbacks and images, and duplicates. (Empty and odd names: the bad-input table; concurrent
+// searches: tests/stress.)
 #include <gtest/gtest.h>
 
 #include "callback_doubles.h"
-#include "ff_kernel_image.h"
-#include "ff_searchdirs.h"
 #include "ff_searchenv.h"
 #include "ff_utils.h"
 #include "gzip.h"
@@ -14,113 +12,87 @@
 #include "temp_dir.h"
 
 using namespace FF_2_13;
+using Names = std::vector<std::string>;
 
 namespace {
 
-using fftest::NoFilesCallback;
-using fftest::StartedCallback;
-using TakeNth = fftest::FilesFoundCallback;
-
 class SearchTest : public ::testing::Test {
 protected:
-    SearchTest() : env(IEditableSearchEnv::create()), dirs(IEditableSearchDirContainer::create()) {
-        env->setSearchDirs(dirs);
+    SearchTest() { env->setSearchDirs(dirs); }
+    // "<name> step <step>" of what a search for `request` returns, or "<none>".
+    std::string find(const char* request, IValidatorCallback* validator = nullptr,
+                     const char* suggested = nullptr) {
+        ObjectPtr<IValidFile> found =
+            IFileSearch::create(env)->findBinFile(request, validator, suggested, 0);
+        return found ? found->name() + (" step " + std::to_string(found->searchStep())) : "<none>";
     }
-    ObjectPtr<IFileSearch> search() { return IFileSearch::create(env); }
+    std::string dir(const char* name, bool recursive, bool high,
+                    search_category_t category = scBinaryFiles) {
+        dirs->addDirectory(category, (tmp / name).c_str(), recursive, high);
+        return tmp / name;
+    }
 
     fftest::TempDir tmp;
-    ObjectPtr<IEditableSearchEnv> env;
-    ObjectPtr<IEditableSearchDirContainer> dirs;
+    ObjectPtr<IEditableSearchEnv> env = IEditableSearchEnv::create();
+    ObjectPtr<IEditableSearchDirContainer> dirs = IEditableSearchDirContainer::create();
+    fftest::StartedCallback started;
+    fftest::NoFilesCallback noFiles;
 };
 
 }  // namespace
 
-TEST_F(SearchTest, EmptyNamesReturnNullBeforeAnyCallback) {
-    StartedCallback started;
-    env->setSearchStartedCallback(&started);
-    EXPECT_FALSE(search()->findBinFile(nullptr, nullptr, nullptr, 0));
-    EXPECT_FALSE(search()->findBinFile("", nullptr, nullptr, 0));
-    EXPECT_FALSE(search()->findSymFile("", "/bin/x", nullptr, nullptr, nullptr, nullptr, nullptr));
-    EXPECT_FALSE(search()->findSrcFile(nullptr, "/bin/x", nullptr, nullptr, nullptr));
-    EXPECT_TRUE(started.names.empty());
+TEST_F(SearchTest, StepsRunInTheirOrderAndTheFilesFoundCallbackChooses) {
+    const std::string high = tmp.makeFile("high/libx.so"), low = tmp.makeFile("low/sub/libx.so");
+    dir("low", true, false);
+    dir("high", false, true);
+    EXPECT_EQ(high + " step 2", find("/elsewhere/libx.so"));
+    {
+        // The callback walks on: the second file comes from a later step.
+        fftest::FilesFoundCallback second(2), none(0);
+        env->setFilesFoundCallback(&second);
+        EXPECT_EQ(low + " step 16", find("/elsewhere/libx.so"));
+        env->setFilesFoundCallback(&none);  // its choice is the answer, even nothing
+        EXPECT_EQ("<none>", find("/elsewhere/libx.so"));
+    }
+    EXPECT_EQ(high + " step 2", find("/elsewhere/libx.so"));  // destroyed: no longer asked
     EXPECT_FALSE(
         IFileSearch::create(ObjectPtr<ISearchEnv>())->findBinFile("x", nullptr, nullptr, 0));
 }
 
-TEST_F(SearchTest, StepsRunInTheirOrderAndTheFilesFoundCallbackChooses) {
-    const std::string high = tmp.makeFile("high/libx.so");
-    const std::string low = tmp.makeFile("low/sub/libx.so");
-    dirs->addDirectory(scBinaryFiles, (tmp / "low").c_str(), true, false);
-    dirs->addDirectory(scBinaryFiles, (tmp / "high").c_str(), false, true);
-    const char* name = "/somewhere/else/libx.so";
-
-    ObjectPtr<IValidFile> found = search()->findBinFile(name, nullptr, nullptr, 0);
-    ASSERT_TRUE(found);
-    EXPECT_EQ(high, found->name());
-    EXPECT_EQ(ssHighPrioritySearchDirs, found->searchStep());
-    EXPECT_EQ(cfPolicyHigh, found->confidence());  // undecided without a policy: accepted as 1
-    {
-        // The callback walks on: the second file comes from a later step.
-        TakeNth second(2);
-        env->setFilesFoundCallback(&second);
-        found = search()->findBinFile(name, nullptr, nullptr, 0);
-        ASSERT_TRUE(found);
-        EXPECT_EQ(low, found->name());
-        EXPECT_EQ(ssLowPrioritySearchDirs, found->searchStep());
-        TakeNth none(0);  // its choice is the answer, even when it chooses nothing
-        env->setFilesFoundCallback(&none);
-        EXPECT_FALSE(search()->findBinFile(name, nullptr, nullptr, 0));
-    }
-    found = search()->findBinFile(name, nullptr, nullptr, 0);  // destroyed: no longer asked
-    ASSERT_TRUE(found);
-    EXPECT_EQ(high, found->name());
-}
-
 TEST_F(SearchTest, AValidSuggestionComesFirst) {
-    const std::string suggested = tmp.makeFile("suggested/libx.so");
-    const std::string inDir = tmp.makeFile("dir/libx.so");
-    dirs->addDirectory(scBinaryFiles, (tmp / "dir").c_str(), false, true);
-    {
-        TakeNth all(5);
-        env->setFilesFoundCallback(&all);
-        search()->findBinFile("libx.so", nullptr, suggested.c_str(), 0);
-        EXPECT_EQ((std::vector<std::string>{suggested, inDir}), all.seen);
-    }
-    ObjectPtr<IValidFile> first = search()->findBinFile("libx.so", nullptr, suggested.c_str(), 0);
-    ASSERT_TRUE(first);
-    EXPECT_EQ(suggested, first->name());
-    EXPECT_EQ(ssAskUser, first->searchStep());
+    const std::string suggested = tmp.makeFile("suggested/libx.so"),
+                      inDir = tmp.makeFile("dir/libx.so");
+    dir("dir", false, true);
+    EXPECT_EQ(suggested + " step 64", find("libx.so", nullptr, suggested.c_str()));
+    fftest::FilesFoundCallback all(5);
+    env->setFilesFoundCallback(&all);
+    find("libx.so", nullptr, suggested.c_str());
+    EXPECT_EQ((Names{suggested, inDir}), all.seen);
 }
 
 TEST_F(SearchTest, SearchStartedFalseRunsNoStepAndReachesNoFilesFound) {
     tmp.makeFile("dir/libx.so");
-    const std::string suggested = tmp.makeFile("suggested/libx.so");
-    dirs->addDirectory(scBinaryFiles, (tmp / "dir").c_str(), false, true);
-    StartedCallback started;
+    dir("dir", false, true);
     started.answer = false;
-    started.suggestion = suggested;
-    NoFilesCallback noFiles;
+    started.suggestion = tmp.makeFile("suggested/libx.so");
     env->setSearchStartedCallback(&started);
     env->setNoFilesFoundCallback(&noFiles);
-    EXPECT_FALSE(search()->findBinFile("libx.so", nullptr, nullptr, 0));
-    // The valid suggestion is visible, not returned; no step ran, so the file in the
-    // directory was never seen.
-    EXPECT_EQ((std::vector<std::string>{suggested}), noFiles.validNames);
-    EXPECT_TRUE(noFiles.invalidNames.empty());
+    EXPECT_EQ("<none>", find("libx.so"));
+    // The valid suggestion is shown, not returned; no step ran.
+    EXPECT_EQ(Names{started.suggestion}, noFiles.valid);
+    EXPECT_TRUE(noFiles.invalid.empty());
 }
 
 TEST_F(SearchTest, NoFilesFoundSeesRejectedCandidatesAndMaySupplyOne) {
     const std::string rejected = tmp.makeFile("dir/libx.so");
-    dirs->addDirectory(scBinaryFiles, (tmp / "dir").c_str(), false, true);
+    dir("dir", false, true);
     fftest::ValidatorCallback rejectAll(vrInvalid);
-    NoFilesCallback noFiles;
     env->setNoFilesFoundCallback(&noFiles);
-    EXPECT_FALSE(search()->findBinFile("libx.so", &rejectAll, nullptr, 0));
-    EXPECT_EQ((std::vector<std::string>{rejected}), noFiles.invalidNames);
-    EXPECT_EQ((std::vector<std::string>{"rejected by test"}), noFiles.invalidMessages);
-
+    EXPECT_EQ("<none>", find("libx.so", &rejectAll));
+    EXPECT_EQ(Names{rejected + ": rejected by test"}, noFiles.invalid);
     noFiles.forceFirstInvalid = true;
-    ObjectPtr<IValidFile> forced = search()->findBinFile("libx.so", &rejectAll, nullptr, 0);
+    ObjectPtr<IValidFile> forced =
+        IFileSearch::create(env)->findBinFile("libx.so", &rejectAll, nullptr, 0);
     ASSERT_TRUE(forced);
     EXPECT_EQ(rejected, forced->name());
     EXPECT_EQ(cfAccepted, forced->confidence());
@@ -130,27 +102,23 @@ TEST_F(SearchTest, EachCategoryFindsItsFilesEndToEnd) {
     const std::string binary = tmp.makeFile("app/bin/tool");
     const std::string symbols = tmp.makeFile("app/bin/.debug/tool.debug");
     const std::string source = tmp.makeFile("src/tree/main.c");
-    dirs->addDirectory(scSourceFiles, (tmp / "src").c_str(), true, false);
-    StartedCallback started;
+    dir("src", true, false, scSourceFiles);
     env->setSearchStartedCallback(&started);
-
-    ObjectPtr<IValidFile> bin = search()->findBinFile(binary.c_str(), nullptr, nullptr, 0);
-    ASSERT_TRUE(bin);
+    ObjectPtr<IFileSearch> search = IFileSearch::create(env);
+    ObjectPtr<IValidFile> bin = search->findBinFile(binary.c_str(), nullptr, nullptr, 0);
+    ObjectPtr<IValidFile> sym = search->findSymFile("tool.debug", binary.c_str(), nullptr, nullptr,
+                                                    nullptr, nullptr, nullptr);
+    ObjectPtr<IValidFile> src = search->findSrcFile("/build/machine/tree/main.c", binary.c_str(),
+                                                    nullptr, nullptr, nullptr);
+    ASSERT_TRUE(bin && sym && src);
     EXPECT_EQ(ssAbsoluteNameLookup, bin->searchStep());
-    ObjectPtr<IValidFile> sym = search()->findSymFile("tool.debug", bin->name(), nullptr, nullptr,
-                                                      nullptr, nullptr, nullptr);
-    ASSERT_TRUE(sym);
     EXPECT_EQ(symbols, sym->name());
     EXPECT_EQ(ssAroundBinaryLookup, sym->searchStep());
-    ObjectPtr<IValidFile> src =
-        search()->findSrcFile("/build/machine/tree/main.c", bin->name(), nullptr, nullptr, nullptr);
-    ASSERT_TRUE(src);
     EXPECT_EQ(source, src->name());
     EXPECT_EQ(ssLowPrioritySearchDirs, src->searchStep());
-    // Each category reaches its own operation, with canonical names and "" for the
-    // checksum not given.
-    EXPECT_EQ((std::vector<std::string>{"bin " + binary + "||", "sym tool.debug|" + binary + "|",
-                                        "src /build/machine/tree/main.c|" + binary + "|"}),
+    // Each category reaches its own operation; a checksum not given is "".
+    EXPECT_EQ((Names{"bin " + binary + "||", "sym tool.debug|" + binary + "|",
+                     "src /build/machine/tree/main.c|" + binary + "|"}),
               started.calls);
 }
 
@@ -158,49 +126,38 @@ TEST_F(SearchTest, VmlinuxFallsBackToTheImagesOfTheRecordedRelease) {
     ObjectPtr<IEditableEnvironmentInfo> info = IEditableEnvironmentInfo::create();
     info->setKernelRelease("0.0.0-ff-test");
     env->setEnvironmentInfo(info);
-    StartedCallback started;
     env->setSearchStartedCallback(&started);
-    // Nothing of that release exists on any machine: all three searches miss.
-    EXPECT_FALSE(search()->findBinFile("vmlinux", nullptr, nullptr, 0));
-    EXPECT_EQ((std::vector<std::string>{"vmlinux", "/boot/vmlinux-0.0.0-ff-test",
-                                        "/boot/vmlinuz-0.0.0-ff-test"}),
-              started.names);
+    EXPECT_EQ("<none>", find("vmlinux"));  // nothing of that release exists anywhere
+    EXPECT_EQ((Names{"bin vmlinux||", "bin /boot/vmlinux-0.0.0-ff-test||",
+                     "bin /boot/vmlinuz-0.0.0-ff-test||"}),
+              started.calls);
 }
 
 TEST_F(SearchTest, ACompressedKernelIsUnpackedOnceAndFoundAgainFromTheCache) {
     fftest::ScopedUserDataDir userData(tmp / "userdata");
     const std::string kernel(300000, 'K');
     tmp.makeFile("kernels/vmlinuz-9.9", std::string(16384, 'J') + fftest::gzip(kernel));
-    dirs->addDirectory(scBinaryFiles, (tmp / "kernels").c_str(), false, true);
+    dir("kernels", false, true);
     fftest::ValidatorCallback rejectCompressed(vrInvalid, "vmlinuz");
-
     fftest::LogCapture log(log4cplus::INFO_LOG_LEVEL);
-    ObjectPtr<IValidFile> image =
-        search()->findBinFile("vmlinuz-9.9", &rejectCompressed, nullptr, 0);
-    ASSERT_TRUE(image);
-    EXPECT_NE(std::string::npos, std::string(image->name()).find("/userdata/vmlinux_cache/"));
-    EXPECT_EQ(VMLINUX, utils::getFileNameOnly(image->name()));
-    EXPECT_EQ(ssHighPrioritySearchDirs, image->searchStep());
-    EXPECT_EQ(kernel, fftest::readFile(image->name()));
-    EXPECT_EQ(1u, log.count(" was extracted from "));
-
-    ObjectPtr<IValidFile> again =
-        search()->findBinFile("vmlinuz-9.9", &rejectCompressed, nullptr, 0);
-    ASSERT_TRUE(again);
-    EXPECT_STREQ(image->name(), again->name());
-    EXPECT_EQ(1u, log.count(" was extracted from "));  // no second extraction
+    const std::string found = find("vmlinuz-9.9", &rejectCompressed),
+                      image = found.substr(0, found.find(' '));
+    EXPECT_EQ(tmp / "userdata/vmlinux_cache/", image.substr(0, image.size() - 32 - 8));
+    EXPECT_EQ("/vmlinux step 2", found.substr(image.size() - 8));
+    EXPECT_EQ(kernel, fftest::readFile(image));
+    EXPECT_EQ(found, find("vmlinuz-9.9", &rejectCompressed));
+    EXPECT_EQ(1u, log.count(" was extracted from "));  // once
 }
 
 TEST_F(SearchTest, AFileOfferedByTwoStepsIsRecordedOnce) {
     const std::string file = tmp.makeFile("dir/libx.so");
-    dirs->addDirectory(scBinaryFiles, (tmp / "dir").c_str(), false, true);
-    // The same directory, spelt otherwise, among the low-priority ones of every category.
-    dirs->addDirectory(scAllFiles, (tmp / "dir/sub/..").c_str(), false, false);
-    TakeNth all(10);
+    dir("dir", false, true);
+    dir("dir/sub/..", false, false, scAllFiles);  // the same directory, spelt otherwise
+    fftest::FilesFoundCallback all(10);
     env->setFilesFoundCallback(&all);
     fftest::LogCapture log(log4cplus::INFO_LOG_LEVEL);
-    search()->findBinFile("libx.so", nullptr, nullptr, 0);
-    EXPECT_EQ((std::vector<std::string>{file}), all.seen);
+    find("libx.so");
+    EXPECT_EQ(Names{file}, all.seen);
     EXPECT_EQ(1u, log.count("*** VALID_DUBLICAT "));
 }
 

@@ -1,5 +1,5 @@
 // Restores the host's built-in message catalogs and the message manager's default message
-// objects when a test that changed them ends.
+// objects when a test that changed them ends; with `removeAll` the test runs without any.
 #pragma once
 
 #include <tarnbase2/tarnbase2.h>
@@ -10,12 +10,9 @@ namespace fftest {
 
 class CatalogGuard {
 public:
-    /// With `removeAll`, the test runs without any message catalog.
     explicit CatalogGuard(bool removeAll = false) {
-        if (removeAll) {
-            tarnbase2::removeMessageCatalog("file_finder_common");
-            tarnbase2::removeMessageCatalog("file_finder.climgr");
-        }
+        for (const char* name : {"file_finder_common", "file_finder.climgr"})
+            if (removeAll) tarnbase2::removeMessageCatalog(name);
     }
     ~CatalogGuard() {
         tarnbase2::restoreBuiltInMessageCatalogs();

@@ -3,6 +3,8 @@
 #include <log4cplus/logger.h>
 #include <log4cplus/spi/loggingevent.h>
 
+#include <mutex>
+
 #include "base/log.h"
 
 namespace fftest {
@@ -11,24 +13,14 @@ class LogCapture::Appender : public log4cplus::Appender {
 public:
     ~Appender() override { destructorImpl(); }
     void close() override {}
-    std::vector<LogLine> lines() const {
-        std::lock_guard<std::mutex> guard(m_mutex);
-        return m_lines;
-    }
-    void clear() {
-        std::lock_guard<std::mutex> guard(m_mutex);
-        m_lines.clear();
-    }
+    mutable std::mutex mutex;
+    std::vector<std::pair<log4cplus::LogLevel, std::string>> lines;
 
 protected:
     void append(const log4cplus::spi::InternalLoggingEvent& event) override {
-        std::lock_guard<std::mutex> guard(m_mutex);
-        m_lines.push_back({event.getLogLevel(), event.getMessage()});
+        std::lock_guard<std::mutex> guard(mutex);
+        lines.emplace_back(event.getLogLevel(), event.getMessage());
     }
-
-private:
-    mutable std::mutex m_mutex;
-    std::vector<LogLine> m_lines;
 };
 
 LogCapture::LogCapture(log4cplus::LogLevel level) : m_sink(new Appender) {
@@ -40,44 +32,37 @@ LogCapture::LogCapture(log4cplus::LogLevel level) : m_sink(new Appender) {
 }
 
 LogCapture::~LogCapture() {
-    log4cplus::Logger& logger = FF_2_13::logging::logger();
-    logger.removeAppender(m_appender);
-    logger.setLogLevel(m_previousLevel);
-}
-
-std::vector<LogLine> LogCapture::lines() const {
-    return m_sink->lines();
+    FF_2_13::logging::logger().removeAppender(m_appender);
+    FF_2_13::logging::logger().setLogLevel(m_previousLevel);
 }
 
 std::vector<std::string> LogCapture::texts() const {
-    std::vector<std::string> result;
-    for (const LogLine& line : lines()) result.push_back(line.text);
-    return result;
-}
-
-bool LogCapture::hasErrorLine(const std::string& text, const std::string& source) const {
-    const std::string prefix = text + ", at file: " + source + ":";
-    for (const LogLine& line : lines())
-        if (line.level == log4cplus::ERROR_LOG_LEVEL && line.text.rfind(prefix, 0) == 0 &&
-            line.text.size() > prefix.size() &&
-            line.text.find_first_not_of("0123456789", prefix.size()) == std::string::npos)
-            return true;
-    return false;
-}
-
-bool LogCapture::contains(const std::string& part) const {
-    return count(part) > 0;
+    std::lock_guard<std::mutex> guard(m_sink->mutex);
+    std::vector<std::string> texts;
+    for (const auto& line : m_sink->lines) texts.push_back(line.second);
+    return texts;
 }
 
 size_t LogCapture::count(const std::string& part) const {
     size_t n = 0;
-    for (const LogLine& line : lines())
-        if (line.text.find(part) != std::string::npos) ++n;
+    for (const std::string& text : texts()) n += text.find(part) != std::string::npos;
     return n;
 }
 
+bool LogCapture::hasErrorLine(const std::string& text, const std::string& source) const {
+    const std::string prefix = text + ", at file: " + source + ":";
+    std::lock_guard<std::mutex> guard(m_sink->mutex);
+    for (const auto& [level, line] : m_sink->lines)
+        if (level == log4cplus::ERROR_LOG_LEVEL && line.rfind(prefix, 0) == 0 &&
+            line.size() > prefix.size() &&
+            line.find_first_not_of("0123456789", prefix.size()) == std::string::npos)
+            return true;
+    return false;
+}
+
 void LogCapture::clear() {
-    m_sink->clear();
+    std::lock_guard<std::mutex> guard(m_sink->mutex);
+    m_sink->lines.clear();
 }
 
 }  // namespace fftest

@@ -5,16 +5,10 @@
 #include <log4cplus/appender.h>
 #include <log4cplus/loglevel.h>
 
-#include <mutex>
 #include <string>
 #include <vector>
 
 namespace fftest {
-
-struct LogLine {
-    log4cplus::LogLevel level;
-    std::string text;
-};
 
 class LogCapture {
 public:
@@ -23,12 +17,12 @@ public:
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
 
-    std::vector<LogLine> lines() const;
+    /// The texts of the lines, in order.
     std::vector<std::string> texts() const;
-    /// True when some line's text contains `part`.
-    bool contains(const std::string& part) const;
-    /// Number of lines whose text contains `part`.
+    std::vector<std::string> lines() const { return texts(); }
+    /// The number of lines whose text contains `part`; whether there is one.
     size_t count(const std::string& part) const;
+    bool contains(const std::string& part) const { return count(part) > 0; }
     /// True when an error line reads exactly "<text>, at file: <source>:<line number>".
     bool hasErrorLine(const std::string& text, const std::string& source) const;
     void clear();

@@ -19,40 +19,31 @@ TempDir::TempDir() {
 }
 
 TempDir::~TempDir() {
-    boost::system::error_code ignored;  // a test that changed permissions may leave some
-    // Give back permissions a test took away, so that everything can be removed.
+    // Give back the permissions a test took away, so that everything can be removed.
+    boost::system::error_code ignored;
     for (fs::recursive_directory_iterator it(m_path, fs::directory_options::none, ignored), end;
-         it != end; it.increment(ignored)) {
+         it != end; it.increment(ignored))
         if (fs::is_directory(it->symlink_status(ignored)))
             fs::permissions(it->path(), fs::perms::owner_all | fs::perms::add_perms, ignored);
-    }
     fs::remove_all(m_path, ignored);
 }
 
-std::string TempDir::operator/(const std::string& relative) const {
-    return m_path + "/" + relative;
-}
-
 std::string TempDir::makeDir(const std::string& relative) const {
-    std::string path = *this / relative;
-    fs::create_directories(path);
-    return path;
+    fs::create_directories(*this / relative);
+    return *this / relative;
 }
 
 std::string TempDir::makeFile(const std::string& relative, const std::string& contents) const {
-    std::string path = *this / relative;
-    fs::create_directories(fs::path(path).parent_path());
-    std::ofstream out(path, std::ios::binary);
-    out << contents;
-    if (!out) throw std::runtime_error("cannot write " + path);
-    return path;
+    fs::create_directories(fs::path(*this / relative).parent_path());
+    std::ofstream out(*this / relative, std::ios::binary);
+    if (!(out << contents)) throw std::runtime_error("cannot write " + relative);
+    return *this / relative;
 }
 
 std::string TempDir::makeSymlink(const std::string& relative, const std::string& target) const {
-    std::string path = *this / relative;
-    fs::create_directories(fs::path(path).parent_path());
-    fs::create_symlink(target, path);
-    return path;
+    fs::create_directories(fs::path(*this / relative).parent_path());
+    fs::create_symlink(target, *this / relative);
+    return *this / relative;
 }
 
 std::string readFile(const std::string& path) {

@@ -16,13 +16,11 @@ public:
 
     const std::string& path() const { return m_path; }
     /// path() + "/" + relative.
-    std::string operator/(const std::string& relative) const;
-
-    /// Creates the directories of `relative` (and its parents) under path().
+    std::string operator/(const std::string& relative) const { return m_path + "/" + relative; }
+    /// Each makes the parent directories of `relative` under path() and returns its path:
+    /// a directory, a file holding `contents`, a symbolic link to `target` (taken as given).
     std::string makeDir(const std::string& relative) const;
-    /// Creates a file (and its parent directories) holding `contents`.
     std::string makeFile(const std::string& relative, const std::string& contents = "x") const;
-    /// Creates a symbolic link `relative` pointing at `target` (taken as given).
     std::string makeSymlink(const std::string& relative, const std::string& target) const;
 
 private:

@@ -41,10 +41,12 @@ void openToEveryone(const std::string& path) {
     // Every ancestor must be enterable too.
     for (fs::path p = fs::path(path); !p.empty() && p != p.root_path(); p = p.parent_path()) {
         struct stat st;
-        if (::stat(p.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) ::chmod(p.c_str(), st.st_mode | 0755);
+        if (::stat(p.c_str(), &st) == 0 && S_ISDIR(st.st_mode))
+            ::chmod(p.c_str(), st.st_mode | 0755);
         if (p.parent_path() == p) break;
     }
-    for (fs::recursive_directory_iterator it(path, ignored), end; it != end; it.increment(ignored)) {
+    for (fs::recursive_directory_iterator it(path, ignored), end; it != end;
+         it.increment(ignored)) {
         struct stat st;
         if (::lstat(it->path().c_str(), &st) == 0 && !S_ISLNK(st.st_mode))
             ::chmod(it->path().c_str(), st.st_mode | (S_ISDIR(st.st_mode) ? 0755 : 0644));

@@ -7,9 +7,13 @@
 // (not __FILE__, which changes with the build directory):
 //
 //   namespace { constexpr const char* kLogSource = log_source::kSearch; }
-//   FF_TRACE_SCOPE(kLogSource, "ObjectPtr<IValidFile> FileSearch::findBinFile(...)");
+//   FF_TRACE_SCOPE(kLogSource, "void SearchHistory::clear(search_category_t)");
 //   FF_LOG_INFO(kLogSource, "Searching bin file:" << name);
 //   FF_LOG_ERROR(kLogSource, "Empty directory name.");   // + ", at file: <source>:<line>"
+//
+// A trace text is the operation's signature, written one way everywhere: return type,
+// class-qualified name, parameter types without names ("const char*"), and a trailing
+// "const" on const members; no "virtual".
 #pragma once
 
 #include <log4cplus/logger.h>

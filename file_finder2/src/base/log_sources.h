@@ -8,6 +8,8 @@
 // takes its name once:
 //
 //   namespace { constexpr const char* kLogSource = log_source::kSearch; }
+//
+// A table of constants, one a line: its lines look alike on purpose.
 #pragma once
 
 namespace FF_2_13 {

@@ -40,8 +40,8 @@ CapturedSearchDirs::CapturedSearchDirs(const ObjectPtr<ISearchEnv>& env) {
 
 ObjectPtr<ISearchDirIterator> CapturedSearchDirs::enumerate(search_category_t category) const {
     FF_TRACE_SCOPE(kLogSource,
-                   "ObjectPtr<ISearchDirIterator> CapturedSearchDirs::enumerate(search_category_t) "
-                   "const");
+                   "ObjectPtr<ISearchDirIterator> CapturedSearchDirs::enumerate("
+                   "search_category_t) const");
     if (!isValidCategory(category) || !m_records[category - 1])
         return ObjectPtr<ISearchDirIterator>();
     const std::thread::id self = std::this_thread::get_id();

@@ -252,8 +252,8 @@ private:
 ObjectPtr<IPersistentSearchDirContainer> IPersistentSearchDirContainer::create(
     const char* storageFile) {
     FF_TRACE_SCOPE(kLogSource,
-                   "ObjectPtr<IPersistentSearchDirContainer> "
-                   "IPersistentSearchDirContainer::create(const char*)");
+                   "ObjectPtr<IPersistentSearchDirContainer> IPersistentSearchDirContainer::create("
+                   "const char*)");
     if (!storageFile || !*storageFile) return ObjectPtr<IPersistentSearchDirContainer>();
     return ObjectPtr<IPersistentSearchDirContainer>(
         new PersistentSearchDirContainer(storageFile, dirsForFile(storageFile)));

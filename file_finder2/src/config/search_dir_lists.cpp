@@ -119,8 +119,8 @@ ObjectPtr<FilteredDirList> EditableSearchDirContainer::getEditableDirListForCate
 bool EditableSearchDirContainer::addDirectory(search_category_t category, const char* name,
                                               bool recursive, bool highPriority) {
     FF_TRACE_SCOPE(kLogSource,
-                   "bool EditableSearchDirContainer::addDirectory(search_category_t, const char*, "
-                   "bool, bool)");
+                   "bool EditableSearchDirContainer::addDirectory(search_category_t, "
+                   "const char*, bool, bool)");
     ObjectPtr<FilteredDirList> list = getEditableDirListForCategory(category);
     if (!list) return false;
     // A duplicate or a null name is not a failure of the container: the directory is
@@ -193,8 +193,8 @@ bool SearchDirChain::addItem(const ObjectPtr<ISearchDirContainer>& container) {
 
 ObjectPtr<ISearchDirIterator> SearchDirChain::enumerate(search_category_t category) const {
     FF_TRACE_SCOPE(kLogSource,
-                   "ObjectPtr<ISearchDirIterator> SearchDirChain::enumerate(search_category_t) "
-                   "const");
+                   "ObjectPtr<ISearchDirIterator> SearchDirChain::enumerate("
+                   "search_category_t) const");
     MergeVisit visit(this);
     if (visit.reentered() || !isValidCategory(category)) return ObjectPtr<ISearchDirIterator>();
 

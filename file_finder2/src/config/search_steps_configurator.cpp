@@ -97,9 +97,10 @@ void DefaultSearchStepsConfigurator::setStep(search_step_t step, search_category
 
 ObjectPtr<ISearchStepsIterator> DefaultSearchStepsConfigurator::getSearchStepsIterator(
     search_category_t category, unsigned long long /*mask*/) {
-    FF_TRACE_SCOPE(kLogSource,
-                   "ObjectPtr<ISearchStepsIterator> DefaultSearchStepsConfigurator::"
-                   "getSearchStepsIterator(search_category_t, unsigned long long)");
+    FF_TRACE_SCOPE(
+        kLogSource,
+        "ObjectPtr<ISearchStepsIterator> DefaultSearchStepsConfigurator::getSearchStepsIterator("
+        "search_category_t, unsigned long long)");
     // The stored mask of the category decides; the caller's mask is not consulted.
     return getSearchStepsIterator(static_cast<int>(getSearchStepsMask(category)));
 }

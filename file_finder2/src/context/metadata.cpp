@@ -1,6 +1,8 @@
 // Context metadata.
 #include "context/metadata.h"
 
+#include <utility>
+
 namespace FF_2_13 {
 
 namespace {
@@ -44,16 +46,24 @@ private:
 Metadata::Metadata() = default;
 Metadata::~Metadata() = default;
 
+template <class Map>
+void Metadata::store(Map& map, const std::string& key, typename Map::mapped_type value) {
+    FFLockWrap writing(&m_lock);
+    map[key] = std::move(value);
+}
+
+template <class Guard, class Map>
+typename Map::mapped_type Metadata::fetch(const Map& map, const std::string& key) {
+    Guard guard(&m_lock);
+    return lookUp(map, key);
+}
+
 ObjectPtr<ISearchDirContainer> Metadata::getSearchDirs(const char* key) {
-    const std::string k(key);
-    FFSpinSharedLockWrap reading(&m_lock);
-    return lookUp(m_searchDirs, k);
+    return fetch<FFSpinSharedLockWrap>(m_searchDirs, key);
 }
 
 void Metadata::setSearchDirs(const ObjectPtr<ISearchDirContainer>& dirs, const char* key) {
-    const std::string k(key);
-    FFLockWrap writing(&m_lock);
-    m_searchDirs[k] = dirs;
+    store(m_searchDirs, key, dirs);
 }
 
 ObjectPtr<ISearchDirKeyIterator> Metadata::searchDirsKeyIterator() {
@@ -118,61 +128,45 @@ std::string Metadata::getCacheDir() {
 }
 
 void Metadata::setCapturedSearchDirs(const std::string& key, ObjectPtr<ICapturedSearchDirs> dirs) {
-    FFLockWrap writing(&m_lock);
-    m_capturedSearchDirs[key] = dirs;
+    store(m_capturedSearchDirs, key, dirs);
 }
 
 ObjectPtr<ICapturedSearchDirs> Metadata::getCapturedSearchDirs(const std::string& key) {
-    FFSpinSharedLockWrap reading(&m_lock);
-    return lookUp(m_capturedSearchDirs, key);
+    return fetch<FFSpinSharedLockWrap>(m_capturedSearchDirs, key);
 }
 
 void Metadata::registerFileRetriever(const std::string& clientId, IFileRetriever* retriever) {
-    FFLockWrap writing(&m_lock);
-    m_fileRetrievers[clientId] = retriever;
+    store(m_fileRetrievers, clientId, retriever);
 }
 
 // The four getters below take the lock exclusively although they only read.
 IFileRetriever* Metadata::getFileRetriever(const std::string& clientId) {
-    FFLockWrap writing(&m_lock);
-    return lookUp(m_fileRetrievers, clientId);
+    return fetch<FFLockWrap>(m_fileRetrievers, clientId);
 }
 
 void Metadata::registerSearchStepsConfigurator(const char* clientId,
                                                ObjectPtr<ISearchStepsConfigurator> steps) {
-    const std::string id(clientId);
-    FFLockWrap writing(&m_lock);
-    m_stepsConfigurators[id] = steps;
+    store(m_stepsConfigurators, clientId, steps);
 }
 
 ObjectPtr<ISearchStepsConfigurator> Metadata::getSearchStepsConfigurator(const char* clientId) {
-    const std::string id(clientId);
-    FFLockWrap writing(&m_lock);
-    return lookUp(m_stepsConfigurators, id);
+    return fetch<FFLockWrap>(m_stepsConfigurators, clientId);
 }
 
 void Metadata::registerMessenger(const char* clientId, courlet2::IMessenger* messenger) {
-    const std::string id(clientId);
-    FFLockWrap writing(&m_lock);
-    m_messengers[id] = messenger;
+    store(m_messengers, clientId, messenger);
 }
 
 courlet2::IMessenger* Metadata::getMessenger(const char* clientId) {
-    const std::string id(clientId);
-    FFLockWrap writing(&m_lock);
-    return lookUp(m_messengers, id);
+    return fetch<FFLockWrap>(m_messengers, clientId);
 }
 
 void Metadata::registerEnvironmentInfo(const char* clientId, ObjectPtr<IEnvironmentInfo> info) {
-    const std::string id(clientId);
-    FFLockWrap writing(&m_lock);
-    m_environmentInfos[id] = info;
+    store(m_environmentInfos, clientId, info);
 }
 
 ObjectPtr<IEnvironmentInfo> Metadata::getEnvironmentInfo(const char* clientId) {
-    const std::string id(clientId);
-    FFLockWrap writing(&m_lock);
-    return lookUp(m_environmentInfos, id);
+    return fetch<FFLockWrap>(m_environmentInfos, clientId);
 }
 
 }  // namespace FF_2_13

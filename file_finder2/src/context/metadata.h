@@ -59,6 +59,14 @@ private:
     /// for one client id at once may thus lose one.
     template <class Change>
     void updateCallbacks(const std::string& clientId, Change change);
+    /// Every store by key or client id: under the exclusive lock. A null key throws
+    /// std::logic_error (from the string) before the lock is taken.
+    template <class Map>
+    void store(Map& map, const std::string& key, typename Map::mapped_type value);
+    /// Every lookup by key or client id, under `Guard`: FFSpinSharedLockWrap to read
+    /// shared, FFLockWrap for the getters that take the lock exclusively.
+    template <class Guard, class Map>
+    typename Map::mapped_type fetch(const Map& map, const std::string& key);
 
     std::map<std::string, file_finder_callbacks_t> m_callbacks;
     SearchDirsMap m_searchDirs;

@@ -80,7 +80,7 @@ ObjectPtr<IMetadata> ResolutionContextMgr::addEmptyMetadata(IResolutionContext& 
 
 bool ResolutionContextMgr::addInheritance(IResolutionContext& child, IResolutionContext& parent) {
     FF_TRACE_SCOPE(kLogSource,
-                   "virtual bool ResolutionContextMgr::addInheritance(IResolutionContext&, "
+                   "bool ResolutionContextMgr::addInheritance(IResolutionContext&, "
                    "IResolutionContext&)");
     FF_LOG_INFO(kLogSource,
                 "Child: " << child.getUniqueID() << " Parent: " << parent.getUniqueID());
@@ -93,16 +93,15 @@ bool ResolutionContextMgr::addInheritance(IResolutionContext& child, IResolution
 
 ObjectPtr<IResolutionContext> ResolutionContextMgr::createUserWideContext() {
     FF_TRACE_SCOPE(kLogSource,
-                   "virtual ObjectPtr<IResolutionContext> "
-                   "ResolutionContextMgr::createUserWideContext()");
+                   "ObjectPtr<IResolutionContext> ResolutionContextMgr::createUserWideContext()");
     return ObjectPtr<IResolutionContext>(new BasicResolutionContext(utils::getUserId().c_str()));
 }
 
 ObjectPtr<IResolutionContext> ResolutionContextMgr::createFileSystemContext(const char* path,
                                                                             bool flag) {
     FF_TRACE_SCOPE(kLogSource,
-                   "virtual ObjectPtr<IResolutionContext> "
-                   "ResolutionContextMgr::createFileSystemContext(const char*, bool)");
+                   "ObjectPtr<IResolutionContext> ResolutionContextMgr::createFileSystemContext("
+                   "const char*, bool)");
     if (utils::isStringEmpty(path)) {
         FF_LOG_INFO(kLogSource, "No context created!");
         return ObjectPtr<IResolutionContext>();
@@ -117,9 +116,10 @@ ObjectPtr<IResolutionContext> ResolutionContextMgr::createFileSystemContext(cons
 }
 
 ObjectPtr<IResolutionContext> ResolutionContextMgr::createResultDirectoryContext(const char* dir) {
-    FF_TRACE_SCOPE(kLogSource,
-                   "virtual ObjectPtr<IResolutionContext> "
-                   "ResolutionContextMgr::createResultDirectoryContext(const char*)");
+    FF_TRACE_SCOPE(
+        kLogSource,
+        "ObjectPtr<IResolutionContext> ResolutionContextMgr::createResultDirectoryContext("
+        "const char*)");
     ObjectPtr<IResolutionContext> context = createFileSystemContext(dir, true);
     if (!context) return context;
     if (getSearchDirs(*context, kResultDirPresetKey)) return context;  // preset already there
@@ -142,27 +142,28 @@ ObjectPtr<IResolutionContext> ResolutionContextMgr::createResultDirectoryContext
 }
 
 // ---------------------------------------------------------------------------------------
-// Registrations: thin forwarders to the context's metadata
+// Registrations: thin forwarders to the context's metadata. Each is an entry point with
+// a trace line of its own, so the shape repeats on purpose.
 
 void ResolutionContextMgr::registerSearchDirs(IResolutionContext& context,
                                               const ObjectPtr<ISearchDirContainer>& dirs,
                                               const char* key) {
     FF_TRACE_SCOPE(kLogSource,
-                   "virtual void ResolutionContextMgr::registerSearchDirs(IResolutionContext&, "
+                   "void ResolutionContextMgr::registerSearchDirs(IResolutionContext&, "
                    "const ObjectPtr<ISearchDirContainer>&, const char*)");
     getMetadataForContext(context)->setSearchDirs(dirs, key);
 }
 
 void ResolutionContextMgr::registerArchiveDir(IResolutionContext& context, const char* dir) {
     FF_TRACE_SCOPE(kLogSource,
-                   "virtual void ResolutionContextMgr::registerArchiveDir(IResolutionContext&, "
+                   "void ResolutionContextMgr::registerArchiveDir(IResolutionContext&, "
                    "const char*)");
     getMetadataForContext(context)->setArchiveDir(dir);
 }
 
 void ResolutionContextMgr::registerCacheDir(IResolutionContext& context, const char* dir) {
     FF_TRACE_SCOPE(kLogSource,
-                   "virtual void ResolutionContextMgr::registerCacheDir(IResolutionContext&, "
+                   "void ResolutionContextMgr::registerCacheDir(IResolutionContext&, "
                    "const char*)");
     getMetadataForContext(context)->setCacheDir(dir);
 }
@@ -171,7 +172,7 @@ void ResolutionContextMgr::registerSearchStartedCallback(IResolutionContext& con
                                                          const char* clientId,
                                                          ISearchStartedCallback* callback) {
     FF_TRACE_SCOPE(kLogSource,
-                   "virtual void ResolutionContextMgr::registerSearchStartedCallback("
+                   "void ResolutionContextMgr::registerSearchStartedCallback("
                    "IResolutionContext&, const char*, ISearchStartedCallback*)");
     const std::string id(clientId);
     getMetadataForContext(context)->registerSearchStartedCallback(id, callback);
@@ -181,8 +182,8 @@ void ResolutionContextMgr::registerFilesFoundCallback(IResolutionContext& contex
                                                       const char* clientId,
                                                       IFilesFoundCallback* callback) {
     FF_TRACE_SCOPE(kLogSource,
-                   "virtual void ResolutionContextMgr::registerFilesFoundCallback("
-                   "IResolutionContext&, const char*, IFilesFoundCallback*)");
+                   "void ResolutionContextMgr::registerFilesFoundCallback(IResolutionContext&, "
+                   "const char*, IFilesFoundCallback*)");
     const std::string id(clientId);
     getMetadataForContext(context)->registerFilesFoundCallback(id, callback);
 }
@@ -191,7 +192,7 @@ void ResolutionContextMgr::registerNoFilesFoundCallback(IResolutionContext& cont
                                                         const char* clientId,
                                                         INoFilesFoundCallback* callback) {
     FF_TRACE_SCOPE(kLogSource,
-                   "virtual void ResolutionContextMgr::registerNoFilesFoundCallback("
+                   "void ResolutionContextMgr::registerNoFilesFoundCallback("
                    "IResolutionContext&, const char*, INoFilesFoundCallback*)");
     const std::string id(clientId);
     getMetadataForContext(context)->registerNoFilesFoundCallback(id, callback);
@@ -200,7 +201,7 @@ void ResolutionContextMgr::registerNoFilesFoundCallback(IResolutionContext& cont
 void ResolutionContextMgr::registerConfidenceLevelPolicyCallback(
     IResolutionContext& context, const char* clientId, IConfidenceLevelPolicyCallback* callback) {
     FF_TRACE_SCOPE(kLogSource,
-                   "virtual void ResolutionContextMgr::registerConfidenceLevelPolicyCallback("
+                   "void ResolutionContextMgr::registerConfidenceLevelPolicyCallback("
                    "IResolutionContext&, const char*, IConfidenceLevelPolicyCallback*)");
     const std::string id(clientId);
     getMetadataForContext(context)->registerConfidenceLevelPolicyCallback(id, callback);
@@ -209,7 +210,7 @@ void ResolutionContextMgr::registerConfidenceLevelPolicyCallback(
 void ResolutionContextMgr::registerFileRetriever(IResolutionContext& context, const char* clientId,
                                                  IFileRetriever* retriever) {
     FF_TRACE_SCOPE(kLogSource,
-                   "virtual void ResolutionContextMgr::registerFileRetriever(IResolutionContext&, "
+                   "void ResolutionContextMgr::registerFileRetriever(IResolutionContext&, "
                    "const char*, IFileRetriever*)");
     const std::string id(clientId);
     getMetadataForContext(context)->registerFileRetriever(id, retriever);
@@ -218,7 +219,7 @@ void ResolutionContextMgr::registerFileRetriever(IResolutionContext& context, co
 void ResolutionContextMgr::registerSearchStepsConfigurator(
     IResolutionContext& context, const char* clientId, ObjectPtr<ISearchStepsConfigurator> steps) {
     FF_TRACE_SCOPE(kLogSource,
-                   "virtual void ResolutionContextMgr::registerSearchStepsConfigurator("
+                   "void ResolutionContextMgr::registerSearchStepsConfigurator("
                    "IResolutionContext&, const char*, ObjectPtr<ISearchStepsConfigurator>)");
     getMetadataForContext(context)->registerSearchStepsConfigurator(clientId, steps);
 }
@@ -226,7 +227,7 @@ void ResolutionContextMgr::registerSearchStepsConfigurator(
 void ResolutionContextMgr::registerMessenger(IResolutionContext& context, const char* clientId,
                                              courlet2::IMessenger* messenger) {
     FF_TRACE_SCOPE(kLogSource,
-                   "virtual void ResolutionContextMgr::registerMessenger(IResolutionContext&, "
+                   "void ResolutionContextMgr::registerMessenger(IResolutionContext&, "
                    "const char*, courlet2::IMessenger*)");
     getMetadataForContext(context)->registerMessenger(clientId, messenger);
 }
@@ -235,8 +236,8 @@ void ResolutionContextMgr::registerEnvironmentInfo(IResolutionContext& context,
                                                    const char* clientId,
                                                    ObjectPtr<IEnvironmentInfo> info) {
     FF_TRACE_SCOPE(kLogSource,
-                   "virtual void ResolutionContextMgr::registerEnvironmentInfo("
-                   "IResolutionContext&, const char*, ObjectPtr<IEnvironmentInfo>)");
+                   "void ResolutionContextMgr::registerEnvironmentInfo(IResolutionContext&, "
+                   "const char*, ObjectPtr<IEnvironmentInfo>)");
     getMetadataForContext(context)->registerEnvironmentInfo(clientId, info);
 }
 
@@ -254,7 +255,7 @@ std::string ResolutionContextMgr::getArchiveDir(IResolutionContext& context) {
 
 void ResolutionContextMgr::captureSearchDirs(IResolutionContext& context, const char* clientId) {
     FF_TRACE_SCOPE(kLogSource,
-                   "virtual void ResolutionContextMgr::captureSearchDirs(IResolutionContext&, "
+                   "void ResolutionContextMgr::captureSearchDirs(IResolutionContext&, "
                    "const char*)");
     const std::string id(clientId);
     FF_LOG_INFO(kLogSource, "Context: " << context.getUniqueID() << " ClientId: " << id);
@@ -267,7 +268,7 @@ void ResolutionContextMgr::captureSearchDirs(IResolutionContext& context, const 
 
 void ResolutionContextMgr::releaseSearchDirs(IResolutionContext& context, const char* clientId) {
     FF_TRACE_SCOPE(kLogSource,
-                   "virtual void ResolutionContextMgr::releaseSearchDirs(IResolutionContext&, "
+                   "void ResolutionContextMgr::releaseSearchDirs(IResolutionContext&, "
                    "const char*)");
     const std::string id(clientId);
     FF_LOG_INFO(kLogSource, "Context: " << context.getUniqueID() << " ClientId: " << id);
@@ -280,7 +281,7 @@ void ResolutionContextMgr::releaseSearchDirs(IResolutionContext& context, const 
 ObjectPtr<ISearchEnv> ResolutionContextMgr::createSearchEnv(
     IResolutionContext& context, const char* clientId, const ObjectPtr<IEnvironmentInfo>& envInfo) {
     FF_TRACE_SCOPE(kLogSource,
-                   "virtual ObjectPtr<ISearchEnv> ResolutionContextMgr::createSearchEnv("
+                   "ObjectPtr<ISearchEnv> ResolutionContextMgr::createSearchEnv("
                    "IResolutionContext&, const char*, const ObjectPtr<IEnvironmentInfo>&)");
     FF_LOG_INFO(kLogSource,
                 "Context: " << context.getUniqueID() << " ClientId: " << orNull(clientId));
@@ -375,7 +376,7 @@ ObjectPtr<ISearchEnv> ResolutionContextMgr::createSearchEnv(
 ObjectPtr<IFileSearch> ResolutionContextMgr::createFileSearch(
     IResolutionContext& context, const char* clientId, const ObjectPtr<IEnvironmentInfo>& envInfo) {
     FF_TRACE_SCOPE(kLogSource,
-                   "virtual ObjectPtr<IFileSearch> ResolutionContextMgr::createFileSearch("
+                   "ObjectPtr<IFileSearch> ResolutionContextMgr::createFileSearch("
                    "IResolutionContext&, const char*, const ObjectPtr<IEnvironmentInfo>&)");
     return IFileSearch::create(createSearchEnv(context, clientId, envInfo));
 }
@@ -383,8 +384,8 @@ ObjectPtr<IFileSearch> ResolutionContextMgr::createFileSearch(
 bool ResolutionContextMgr::archiveFile(IResolutionContext& context, const char* file,
                                        search_category_t category) {
     FF_TRACE_SCOPE(kLogSource,
-                   "virtual bool ResolutionContextMgr::archiveFile(IResolutionContext&, const "
-                   "char*, search_category_t)");
+                   "bool ResolutionContextMgr::archiveFile(IResolutionContext&, const char*, "
+                   "search_category_t)");
     ObjectPtr<IResolutionContext> level(new BasicResolutionContext(context));
     for (; level; level = getParentContext(*level)) {
         const std::string archiveDir = getArchiveDir(*level);

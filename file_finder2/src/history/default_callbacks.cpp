@@ -12,30 +12,27 @@ constexpr const char* kLogSource = log_source::kDefaultCallbacks;
 
 // The signature texts of the category operations, in category order: bin, sym, src.
 constexpr const char* kSearchStartedTraces[] = {
-    "virtual bool DefaultSearchStartedCallback::binFileSearchStarted(const char*, "
-    "IStringContainer&)",
-    "virtual bool DefaultSearchStartedCallback::symFileSearchStarted(const char*, "
-    "const char*, const char*, IStringContainer&)",
-    "virtual bool DefaultSearchStartedCallback::srcFileSearchStarted(const char*, "
-    "const char*, const char*, IStringContainer&)",
+    "bool DefaultSearchStartedCallback::binFileSearchStarted(const char*, IStringContainer&)",
+    "bool DefaultSearchStartedCallback::symFileSearchStarted(const char*, const char*, "
+    "const char*, IStringContainer&)",
+    "bool DefaultSearchStartedCallback::srcFileSearchStarted(const char*, const char*, "
+    "const char*, IStringContainer&)",
 };
 constexpr const char* kFilesFoundTraces[] = {
-    "virtual ObjectPtr<IValidFile> DefaultFilesFoundCallback::binFilesFound(const "
-    "char*, IValidFileIterator&)",
-    "virtual ObjectPtr<IValidFile> DefaultFilesFoundCallback::symFilesFound(const "
-    "char*, const char*, const char*, IValidFileIterator&)",
-    "virtual ObjectPtr<IValidFile> DefaultFilesFoundCallback::srcFilesFound(const "
-    "char*, const char*, const char*, IValidFileIterator&)",
+    "ObjectPtr<IValidFile> DefaultFilesFoundCallback::binFilesFound(const char*, "
+    "IValidFileIterator&)",
+    "ObjectPtr<IValidFile> DefaultFilesFoundCallback::symFilesFound(const char*, const char*, "
+    "const char*, IValidFileIterator&)",
+    "ObjectPtr<IValidFile> DefaultFilesFoundCallback::srcFilesFound(const char*, const char*, "
+    "const char*, IValidFileIterator&)",
 };
 constexpr const char* kNoFilesFoundTraces[] = {
-    "virtual ObjectPtr<IValidFile> DefaultNoFilesFoundCallback::noBinFilesFound("
-    "const char*, IValidator&, IInvalidFileIterator&, IValidFileIterator&)",
-    "virtual ObjectPtr<IValidFile> DefaultNoFilesFoundCallback::noSymFilesFound("
-    "const char*, const char*, const char*, IValidator&, IInvalidFileIterator&, "
-    "IValidFileIterator&)",
-    "virtual ObjectPtr<IValidFile> DefaultNoFilesFoundCallback::noSrcFilesFound("
-    "const char*, const char*, const char*, IValidator&, IInvalidFileIterator&, "
-    "IValidFileIterator&)",
+    "ObjectPtr<IValidFile> DefaultNoFilesFoundCallback::noBinFilesFound(const char*, "
+    "IValidator&, IInvalidFileIterator&, IValidFileIterator&)",
+    "ObjectPtr<IValidFile> DefaultNoFilesFoundCallback::noSymFilesFound(const char*, "
+    "const char*, const char*, IValidator&, IInvalidFileIterator&, IValidFileIterator&)",
+    "ObjectPtr<IValidFile> DefaultNoFilesFoundCallback::noSrcFilesFound(const char*, "
+    "const char*, const char*, IValidator&, IInvalidFileIterator&, IValidFileIterator&)",
 };
 
 }  // namespace

@@ -17,9 +17,9 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "history/search_history.h"
 #include "base/log.h"
 #include "files/json_names.h"
+#include "history/search_history.h"
 #include "platform/posix.h"
 
 namespace fs = boost::filesystem;
@@ -165,7 +165,7 @@ bool loadCategory(ISearchHistory& history, const CategoryFormat& category, const
 
 bool saveSearchHistory(const ObjectPtr<ISearchHistory>& history, const char* file) {
     FF_TRACE_SCOPE(kLogSource,
-                   "bool saveSearchHistory(ObjectPtr<ISearchHistory> const&, char const*)");
+                   "bool saveSearchHistory(const ObjectPtr<ISearchHistory>&, const char*)");
     if (!history || !file) return false;
     // Only our own maps can be enumerated; a client's implementation offers lookups only.
     const auto* own = dynamic_cast<const SearchHistory*>(history.get());
@@ -193,7 +193,7 @@ bool saveSearchHistory(const ObjectPtr<ISearchHistory>& history, const char* fil
 
 bool loadSearchHistory(const ObjectPtr<ISearchHistory>& history, const char* file) {
     FF_TRACE_SCOPE(kLogSource,
-                   "bool loadSearchHistory(ObjectPtr<ISearchHistory> const&, char const*)");
+                   "bool loadSearchHistory(const ObjectPtr<ISearchHistory>&, const char*)");
     if (!history || !file) return false;
     std::string text, fault;
     bool missing = false;

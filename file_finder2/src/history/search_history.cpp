@@ -19,17 +19,16 @@ struct Traces {
     const char* find;
 };
 constexpr Traces kTraces[] = {
-    {"ObjectPtr<IFileAssociation> SearchHistory::addBinFileAssociation(char const*, "
-     "char const*)",
-     "ObjectPtr<IFileAssociation> SearchHistory::findBinFileAssociation(char const*)"},
-    {"ObjectPtr<IFileAssociation> SearchHistory::addSymFileAssociation(char const*, "
-     "char const*, char const*, char const*)",
-     "ObjectPtr<IFileAssociation> SearchHistory::findSymFileAssociation(char const*, "
-     "char const*, char const*)"},
-    {"ObjectPtr<IFileAssociation> SearchHistory::addSrcFileAssociation(char const*, "
-     "char const*, char const*, char const*)",
-     "ObjectPtr<IFileAssociation> SearchHistory::findSrcFileAssociation(char const*, "
-     "char const*, char const*)"},
+    {"ObjectPtr<IFileAssociation> SearchHistory::addBinFileAssociation(const char*, const char*)",
+     "ObjectPtr<IFileAssociation> SearchHistory::findBinFileAssociation(const char*)"},
+    {"ObjectPtr<IFileAssociation> SearchHistory::addSymFileAssociation(const char*, "
+     "const char*, const char*, const char*)",
+     "ObjectPtr<IFileAssociation> SearchHistory::findSymFileAssociation(const char*, "
+     "const char*, const char*)"},
+    {"ObjectPtr<IFileAssociation> SearchHistory::addSrcFileAssociation(const char*, "
+     "const char*, const char*, const char*)",
+     "ObjectPtr<IFileAssociation> SearchHistory::findSrcFileAssociation(const char*, "
+     "const char*, const char*)"},
 };
 
 }  // namespace

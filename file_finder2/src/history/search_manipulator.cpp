@@ -73,7 +73,7 @@ ObjectPtr<DefaultNoFilesFoundCallback> SearchManipulator::getNoFilesFoundCallbac
 void SearchManipulator::setSearchStartedBehavior(const char* clientId,
                                                  search_started_behavior_t behavior) {
     FF_TRACE_SCOPE(kLogSource,
-                   "virtual void SearchManipulator::setSearchStartedBehavior(const char*, "
+                   "void SearchManipulator::setSearchStartedBehavior(const char*, "
                    "search_started_behavior_t)");
     getSearchStartedCallback(clientId)->setBehavior(behavior);
 }
@@ -81,7 +81,7 @@ void SearchManipulator::setSearchStartedBehavior(const char* clientId,
 void SearchManipulator::setOwnSearchStartedCallback(const char* clientId,
                                                     ISearchStartedCallback* callback) {
     FF_TRACE_SCOPE(kLogSource,
-                   "virtual void SearchManipulator::setOwnSearchStartedCallback(const char*, "
+                   "void SearchManipulator::setOwnSearchStartedCallback(const char*, "
                    "ISearchStartedCallback*)");
     getSearchStartedCallback(clientId)->setOwnCallback(callback);
 }
@@ -89,7 +89,7 @@ void SearchManipulator::setOwnSearchStartedCallback(const char* clientId,
 void SearchManipulator::setFilesFoundBehavior(const char* clientId,
                                               files_found_behavior_t behavior) {
     FF_TRACE_SCOPE(kLogSource,
-                   "virtual void SearchManipulator::setFilesFoundBehavior(const char*, "
+                   "void SearchManipulator::setFilesFoundBehavior(const char*, "
                    "files_found_behavior_t)");
     getFilesFoundCallback(clientId)->setBehavior(behavior);
 }
@@ -97,7 +97,7 @@ void SearchManipulator::setFilesFoundBehavior(const char* clientId,
 void SearchManipulator::setOwnFilesFoundCallback(const char* clientId,
                                                  IFilesFoundCallback* callback) {
     FF_TRACE_SCOPE(kLogSource,
-                   "virtual void SearchManipulator::setOwnFilesFoundCallback(const char*, "
+                   "void SearchManipulator::setOwnFilesFoundCallback(const char*, "
                    "IFilesFoundCallback*)");
     getFilesFoundCallback(clientId)->setOwnCallback(callback);
 }
@@ -105,7 +105,7 @@ void SearchManipulator::setOwnFilesFoundCallback(const char* clientId,
 void SearchManipulator::setNoFilesFoundBehavior(const char* clientId,
                                                 no_files_found_behavior_t behavior) {
     FF_TRACE_SCOPE(kLogSource,
-                   "virtual void SearchManipulator::setNoFilesFoundBehavior(const char*, "
+                   "void SearchManipulator::setNoFilesFoundBehavior(const char*, "
                    "no_files_found_behavior_t)");
     getNoFilesFoundCallback(clientId)->setBehavior(behavior);
 }
@@ -113,7 +113,7 @@ void SearchManipulator::setNoFilesFoundBehavior(const char* clientId,
 void SearchManipulator::setOwnNoFilesFoundCallback(const char* clientId,
                                                    INoFilesFoundCallback* callback) {
     FF_TRACE_SCOPE(kLogSource,
-                   "virtual void SearchManipulator::setOwnNoFilesFoundCallback(const char*, "
+                   "void SearchManipulator::setOwnNoFilesFoundCallback(const char*, "
                    "INoFilesFoundCallback*)");
     getNoFilesFoundCallback(clientId)->setOwnCallback(callback);
 }
@@ -121,7 +121,7 @@ void SearchManipulator::setOwnNoFilesFoundCallback(const char* clientId,
 bool SearchManipulator::setSearchDirsBehavior(const char* clientId,
                                               search_dirs_behavior_t behavior) {
     FF_TRACE_SCOPE(kLogSource,
-                   "virtual bool SearchManipulator::setSearchDirsBehavior(const char*, "
+                   "bool SearchManipulator::setSearchDirsBehavior(const char*, "
                    "search_dirs_behavior_t)");
     if (!clientId) return false;
     m_searchDirsBehaviors[clientId] = behavior;

@@ -65,7 +65,7 @@ ObjectPtr<IValidFile> FileSearch::findBinFile(const char* fileName,
                                               const char* suggestedFile,
                                               unsigned long long stepsMask) {
     FF_TRACE_SCOPE(kLogSource,
-                   "virtual ObjectPtr<IValidFile> FileSearch::findBinFile(const char*, "
+                   "ObjectPtr<IValidFile> FileSearch::findBinFile(const char*, "
                    "IValidatorCallback*, const char*, unsigned long long)");
     if (utils::isStringEmpty(fileName) || !m_pSearchEnv) return ObjectPtr<IValidFile>();
     // "[snd_hda_intel]" is the module snd_hda_intel, "[kernel.kallsyms]" the kernel.
@@ -107,8 +107,8 @@ ObjectPtr<IValidFile> FileSearch::findSymFile(const char* symFile, const char* b
                                               const char* remoteBinaryFile) {
     // The progress callback serves symbol-server downloads; no local step reports any.
     FF_TRACE_SCOPE(kLogSource,
-                   "virtual ObjectPtr<IValidFile> FileSearch::findSymFile(const char*, const "
-                   "char*, const char*, IValidatorCallback*, const char*, "
+                   "ObjectPtr<IValidFile> FileSearch::findSymFile(const char*, const char*, "
+                   "const char*, IValidatorCallback*, const char*, "
                    "ISymSrvDownloadProgressCallback*, const char*)");
     return findFileOfBinary(scSymbolFiles, symFile, binaryFile, checksum, remoteBinaryFile,
                             validatorCallback, suggestedFile);
@@ -119,8 +119,8 @@ ObjectPtr<IValidFile> FileSearch::findSrcFile(const char* srcFile, const char* b
                                               IValidatorCallback* validatorCallback,
                                               const char* suggestedFile) {
     FF_TRACE_SCOPE(kLogSource,
-                   "virtual ObjectPtr<IValidFile> FileSearch::findSrcFile(const char*, const "
-                   "char*, const char*, IValidatorCallback*, const char*)");
+                   "ObjectPtr<IValidFile> FileSearch::findSrcFile(const char*, const char*, "
+                   "const char*, IValidatorCallback*, const char*)");
     return findFileOfBinary(scSourceFiles, srcFile, binaryFile, checksum, nullptr,
                             validatorCallback, suggestedFile);
 }

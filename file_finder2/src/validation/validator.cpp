@@ -3,11 +3,11 @@
 
 #include <QORAL_2_18/generic.h>
 
-#include "ff_kernel_image.h"
 #include "base/log.h"
-#include "validation/message_mgr.h"
-#include "files/linux_names.h"
+#include "ff_kernel_image.h"
 #include "ff_utils.h"
+#include "files/linux_names.h"
+#include "validation/message_mgr.h"
 #include "validation/validated_files.h"
 
 namespace FF_2_13 {
@@ -52,8 +52,8 @@ ObjectPtr<IValidatedFile> Validator::validate(const char* name) {
 
 ObjectPtr<IValidatedFile> Validator::validateInternal(const char* name, unsigned int step) {
     FF_TRACE_SCOPE(kLogSource,
-                   "ObjectPtr<IValidatedFile> Validator::validateInternal(const char* name, "
-                   "unsigned int step)");
+                   "ObjectPtr<IValidatedFile> Validator::validateInternal(const char*, "
+                   "unsigned int)");
     const search_step_t searchStep = static_cast<search_step_t>(step & 0xffffu);
 
     if (searchStep == ssCacheSearchDir && m_fileRetriever) {
@@ -85,8 +85,7 @@ void Validator::fetchRemoteChecksum() {
     // the bare kernel image name mean something there.
     std::string remoteName = m_requestedName;
     const bool linuxName = fixLinuxName(remoteName);
-    if (!linuxName && !utils::isAbsolutePath(remoteName.c_str()) && remoteName != VMLINUX)
-        return;
+    if (!linuxName && !utils::isAbsolutePath(remoteName.c_str()) && remoteName != VMLINUX) return;
     ObjectPtr<IChecksum> fetched;
     // Kept only on success: a failed fetch is tried again with the next candidate.
     if (m_fileRetriever->retrieveChecksum(remoteName.c_str(), fetched) == 0 && fetched)

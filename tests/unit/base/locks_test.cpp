@@ -1,5 +1,5 @@
-// The recursive mutex and the spin lock's policy. Waits are observed through the
-// back-off hook (called only when a thread has to wait), never through sleeps.
+// The recursive mutex and the spin lock's policy. Waits are observed through the back-off
+// hook (called only when a thread has to wait), never through sleeps.
 #include "ff_lock.h"
 
 #include <gtest/gtest.h>
@@ -16,19 +16,12 @@ namespace {
 
 class SpinLockTest : public ::testing::Test {
 protected:
-    // A thread that takes the lock, shared or exclusively, notes that it got in, and
-    // leaves again.
+    // A thread that takes the lock, shared or exclusively, notes that it got in, and leaves.
     std::thread enter(bool shared) {
         return std::thread([this, shared] {
-            if (shared) {
-                lock.sharedLock();
-                gotIn = true;
-                lock.sharedUnlock();
-            } else {
-                lock.lock();
-                gotIn = true;
-                lock.unlock();
-            }
+            shared ? lock.sharedLock() : lock.lock();
+            gotIn = true;
+            shared ? lock.sharedUnlock() : lock.unlock();
         });
     }
     fftest::BackoffWatch backoffs;
@@ -38,19 +31,22 @@ protected:
 
 }  // namespace
 
-TEST(FFLockWrap, LockIsRecursiveNullDoesNothingAndExceptionsRelease) {
+TEST_F(SpinLockTest, LocksAreRecursiveNullWrapsDoNothingAndExceptionsRelease) {
     FFLock plain;
-    FFLockWrap outer(&plain);
-    FFLockWrap inner(&plain);  // the same thread takes it again without blocking
-    { FFLockWrap nothing(nullptr); }
+    FFLockWrap outer(&plain), inner(&plain);  // the same thread takes it again
     { FFSpinSharedLockWrap nothing(nullptr); }
-    FFSpinSharedLock spin;
+    lock.lock();
+    lock.lock();
+    EXPECT_EQ(-2, lock.state());
+    lock.unlock();
+    lock.unlock();
     try {
-        FFLockWrap guard(&spin);
+        FFLockWrap guard(&lock);
         throw std::runtime_error("boom");
     } catch (const std::runtime_error&) {
     }
-    EXPECT_EQ(0, spin.state());
+    EXPECT_EQ(0, lock.state());
+    EXPECT_EQ(0, backoffs.count());
 }
 
 TEST_F(SpinLockTest, ReadersShareAndAWriterWaitsForAllOfThem) {
@@ -66,38 +62,21 @@ TEST_F(SpinLockTest, ReadersShareAndAWriterWaitsForAllOfThem) {
     lock.sharedUnlock();
     writer.join();
     EXPECT_TRUE(gotIn);
-    EXPECT_EQ(0, lock.state());
 }
 
-TEST_F(SpinLockTest, ReadersWaitForAnAnnouncedWriter) {
-    lock.lock();
-    std::thread reader = enter(true);
-    backoffs.waitFor(1);
-    EXPECT_FALSE(gotIn);
-    lock.unlock();
-    reader.join();
-    EXPECT_TRUE(gotIn);
-}
-
-TEST_F(SpinLockTest, SecondWriterAnnouncesAndWaitsOnTheWriterMutex) {
-    lock.lock();
-    std::thread second = enter(false);
-    // The second writer announces itself (state -2) and blocks on the writer mutex
-    // without backing off; wait for the announcement itself.
-    while (lock.state() != -2) std::this_thread::yield();
-    EXPECT_FALSE(gotIn);
-    lock.unlock();
-    second.join();
-    EXPECT_TRUE(gotIn);
-    EXPECT_EQ(0, lock.state());
-}
-
-TEST_F(SpinLockTest, WriterMayRetakeTheLock) {
-    lock.lock();
-    lock.lock();
-    EXPECT_EQ(-2, lock.state());
-    lock.unlock();
-    lock.unlock();
-    EXPECT_EQ(0, lock.state());
-    EXPECT_EQ(0, backoffs.count());
+TEST_F(SpinLockTest, ReadersWaitForAWriterAndASecondWriterForTheWriterMutex) {
+    for (bool shared : {true, false}) {
+        gotIn = false;
+        lock.lock();
+        std::thread other = enter(shared);
+        // A reader backs off; a second writer announces itself (-2) and blocks on the writer
+        // mutex without backing off.
+        if (shared) backoffs.waitFor(1);
+        while (!shared && lock.state() != -2) std::this_thread::yield();
+        EXPECT_FALSE(gotIn);
+        lock.unlock();
+        other.join();
+        EXPECT_TRUE(gotIn);
+        EXPECT_EQ(0, lock.state());
+    }
 }

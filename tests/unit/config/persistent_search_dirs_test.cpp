@@ -1,5 +1,5 @@
-// The persistent search directory container: round trip through the file, damaged
-// files, failed writes that keep the old file, and concurrent writers.
+// The persistent search directory container: round trip through the file, damaged files,
+// failed writes that keep the old file, and concurrent writers.
 #include "ff_persistent_dirs.h"
 
 #include <gtest/gtest.h>
@@ -19,49 +19,39 @@
 #include "unprivileged.h"
 
 using namespace FF_2_13;
+using Records = std::vector<fftest::DirRecord>;
+using fftest::dirRecords;
 
 namespace {
-
-using Record = fftest::DirRecord;
-using fftest::dirRecords;
 
 ObjectPtr<IPersistentSearchDirContainer> openDirs(const std::string& file) {
     return IPersistentSearchDirContainer::create(file.c_str());
 }
 
-std::string entry(const std::string& category, const std::string& name, const char* recursive,
-                  const char* priority) {
-    return R"({"searchCategory": {"category": )" + category + R"(}, "searchDirectory": {"name": )" +
-           name + R"(, "recursive": )" + recursive + R"(, "priority": )" + priority + "}}";
-}
-
 }  // namespace
 
-TEST(PersistentSearchDirs, RoundTripsEveryNameAndFlagThroughTheFile) {
+TEST(PersistentSearchDirs, RoundTripsEveryFlagAndCategoryAndWritesOnlyOnAChange) {
     fftest::TempDir tmp;
     const std::string file = tmp / "dirs.json";
-    // Awkward names of every kind are in the bad-input table; here every flag and category.
-    const std::vector<Record> expected = {
-        {scBinaryFiles, "/opt/app/bin", false, false},
+    ObjectPtr<IPersistentSearchDirContainer> dirs = openDirs(file);
+    EXPECT_STREQ(file.c_str(), dirs->storageFile());
+    EXPECT_TRUE(dirs->clear(scBinaryFiles));  // nothing to write yet
+    EXPECT_FALSE(dirs->addDirectory(static_cast<search_category_t>(7), "/x", false, false));
+    EXPECT_FALSE(boost::filesystem::exists(file));
+    const Records expected = {
+        {scBinaryFiles, "/opt/app/bin", false, true},
         {scSymbolFiles, "/caf\xc3\xa9/debug", false, true},
         {scSourceFiles, "/latin1/\xe9\xff", true, true},  // not UTF-8
         {scAllFiles, "relative/dir", true, false},
     };
-    {
-        ObjectPtr<IPersistentSearchDirContainer> dirs = openDirs(file);
-        ASSERT_TRUE(dirs);
-        EXPECT_STREQ(file.c_str(), dirs->storageFile());
-        for (const auto& [category, name, recursive, high] : expected)
-            dirs->addDirectory(category, name.c_str(), recursive, high);
-        dirs->addDirectory(scBinaryFiles, "/opt/app/bin/", false, true);  // widens a flag
-        EXPECT_TRUE(dirs->isSaved());
-    }
-    std::vector<Record> withFlag = expected;
-    std::get<3>(withFlag[0]) = true;
-    EXPECT_EQ(withFlag, dirRecords(*openDirs(file)));
+    for (const auto& [category, name, recursive, high] : expected)
+        dirs->addDirectory(category, name.c_str(), recursive, false);
+    for (const auto& [category, name, recursive, high] : expected)  // widens a flag
+        dirs->addDirectory(category, (name + "/").c_str(), false, high);
+    EXPECT_TRUE(dirs->isSaved());
+    EXPECT_EQ(expected, dirRecords(*openDirs(file)));
 
-    // The stored form, as the host's storage reads it back: a name that is not UTF-8 is
-    // escaped.
+    // As the host's storage reads it back: a name that is not UTF-8 is escaped.
     std::string stored;
     ASSERT_TRUE(tarnbase2::ConfigStorage(file).getProperty("searchDirs", stored));
     EXPECT_NE(std::string::npos,
@@ -69,82 +59,70 @@ TEST(PersistentSearchDirs, RoundTripsEveryNameAndFlagThroughTheFile) {
                           R"({"name":{"percentEncoded":"/latin1/%E9%FF"},"priority":"high",)"
                           R"("recursive":true}})"))
         << stored;
-}
-
-TEST(PersistentSearchDirs, MissingFileIsEmptyAndWrittenOnlyOnARealChange) {
-    fftest::TempDir tmp;
-    const std::string file = tmp / "dirs.json";
-    ObjectPtr<IPersistentSearchDirContainer> dirs = openDirs(file);
-    EXPECT_TRUE(dirRecords(*dirs).empty());
-    EXPECT_TRUE(dirs->clear(scBinaryFiles));  // an empty list: nothing to write
-    EXPECT_FALSE(boost::filesystem::exists(file));
-    EXPECT_FALSE(dirs->addDirectory(static_cast<search_category_t>(7), "/x", false, false));
-    EXPECT_FALSE(boost::filesystem::exists(file));
-
-    dirs->addDirectory(scBinaryFiles, "/x", false, false);
-    ASSERT_TRUE(boost::filesystem::exists(file));
     boost::filesystem::remove(file);
-    dirs->addDirectory(scBinaryFiles, "/x/", false, false);  // same directory, same flags
+    dirs->addDirectory(scBinaryFiles, "/opt/app/bin/", false, false);  // no change
     EXPECT_FALSE(boost::filesystem::exists(file));
     EXPECT_TRUE(dirs->save());
     EXPECT_TRUE(boost::filesystem::exists(file));
 }
 
-TEST(PersistentSearchDirs, DamagedEntriesAreLoggedSkippedAndKeptInTheOldFile) {
-    fftest::TempDir tmp;
-    const std::string content =
-        "{\"searchDirs\": [" + entry(R"("symbols")", R"("/good")", "true", R"("high")") + ",\n" +
-        entry(R"("kernels")", R"("/x")", "true", R"("low")") + ",\n" +
-        entry(R"("binaries")", "42", "true", R"("low")") + ",\n" +
-        entry(R"("binaries")", R"("/x")", R"("yes")", R"("low")") + ",\n" +
-        entry(R"("binaries")", R"("/x")", "true", R"("urgent")") + ",\n" +
-        R"({"searchCategory": {"category": "all"}, "searchDirectory": {"name": "/x"}})" + ",\n" +
-        R"({"searchDirectory": {"name": "/x", "recursive": true, "priority": "low"}})" + ",\n" +
-        R"("just text", 17,)" + "\n" +
-        // As earlier versions wrote a name that is not UTF-8.
-        entry(R"("sources")", "[47, 233]", "false", R"("low")") + "], \"other\": 1}";
-    const std::string file = tmp.makeFile("dirs.json", content);
-
-    fftest::LogCapture log(log4cplus::ERROR_LOG_LEVEL);
-    ObjectPtr<IPersistentSearchDirContainer> dirs = openDirs(file);
-    EXPECT_EQ((std::vector<Record>{{scSymbolFiles, "/good", true, true},
-                                   {scSourceFiles, "/\xe9", false, false}}),
-              dirRecords(*dirs));
-    EXPECT_EQ(8u, log.count(" skipped: ")) << ::testing::PrintToString(log.texts());
-    for (const char* what :
-         {"entry 2 of", "unknown category \"kernels\"", "entry 3 of",
+// What is valid loads, every fault is logged once, and the damaged file stays as it is
+// until the first change, which keeps it beside as ".corrupt".
+TEST(PersistentSearchDirs, DamagedFilesLoadWhatIsValidAndAreKeptOnTheFirstChange) {
+    // An entry of the file, its fields given as JSON.
+    auto e = [](std::string category, std::string name, std::string recursive,
+                std::string priority) {
+        return R"({"searchCategory": {"category": )" + category +
+               R"(}, "searchDirectory": {"name": )" + name + R"(, "recursive": )" + recursive +
+               R"(, "priority": )" + priority + "}}, ";
+    };
+    const struct {
+        std::string content;
+        Records loaded;
+        size_t lines;  // logged
+        std::vector<std::string> faults;
+    } cases[] = {
+        {"{\"searchDirs\": [" + e(R"("symbols")", R"("/good")", "true", R"("high")") +
+             e(R"("kernels")", R"("/x")", "true", R"("low")") +
+             e(R"("binaries")", "42", "true", R"("low")") +
+             e(R"("binaries")", R"("/x")", R"("yes")", R"("low")") +
+             e(R"("binaries")", R"("/x")", "true", R"("urgent")") +
+             R"({"searchCategory": {"category": "all"}, "searchDirectory": {"name": "/x"}}, )"
+             R"({"searchDirectory": {"name": "/x", "recursive": true, "priority": "low"}}, )" +
+             e(R"("sources")", "[47, 233]", "false",
+               R"("low")") +  // not UTF-8, as earlier versions wrote it
+             R"("just text", 17], "other": 1})",
+         {{scSymbolFiles, "/good", true, true}, {scSourceFiles, "/\xe9", false, false}},
+         8,
+         {"entry 2 of", "unknown category \"kernels\"",
           "\"searchDirectory.name\" is number, not a string",
           "\"searchDirectory.recursive\" is not true or false: \"yes\"", "\"urgent\"",
           "missing \"searchDirectory.recursive\"", "missing \"searchCategory\"",
-          "the entry is not an object", "file_finder2/src/ff_persistent_dirs:"})
-        EXPECT_TRUE(log.contains(what)) << what;
-    EXPECT_EQ(content, fftest::readFile(file));  // untouched until a change
-
-    dirs->addDirectory(scBinaryFiles, "/new", false, false);
-    EXPECT_EQ(content, fftest::readFile(file + ".corrupt"));
-    dirs = ObjectPtr<IPersistentSearchDirContainer>();
-    log.clear();
-    EXPECT_EQ((std::vector<Record>{{scBinaryFiles, "/new", false, false},
-                                   {scSymbolFiles, "/good", true, true},
-                                   {scSourceFiles, "/\xe9", false, false}}),
-              dirRecords(*openDirs(file)));
-    EXPECT_TRUE(log.lines().empty());
-}
-
-TEST(PersistentSearchDirs, UnparsableFileLoadsNothingAndIsKeptOnTheNextChange) {
+          "the entry is not an object"}},
+        // Not JSON at all (the storage's reading), and a property that is not a list (ours).
+        {"{\"searchDirs\": [{\"searchCat", {}, 1, {"Search directories not loaded: "}},
+        {"{\"searchDirs\": {\"a\": 1}}", {}, 1, {"Search directories not loaded: "}},
+    };
     fftest::TempDir tmp;
-    // Not JSON at all (the storage's reading), and a property that is not a list (ours).
-    for (const std::string content :
-         {"{\"searchDirs\": [{\"searchCat", "{\"searchDirs\": {\"a\": 1}}"}) {
-        const std::string file = tmp.makeFile("dirs.json", content);
+    for (const auto& c : cases) {
+        const std::string file = tmp.makeFile("dirs.json", c.content);
+        boost::filesystem::remove(file + ".corrupt");
         fftest::LogCapture log(log4cplus::ERROR_LOG_LEVEL);
         ObjectPtr<IPersistentSearchDirContainer> dirs = openDirs(file);
-        EXPECT_TRUE(dirRecords(*dirs).empty());
-        EXPECT_EQ(1u, log.count("Search directories not loaded: ")) << content;
-        EXPECT_EQ(content, fftest::readFile(file));
-        dirs->addDirectory(scAllFiles, "/x", false, false);
-        EXPECT_EQ(content, fftest::readFile(file + ".corrupt"));
-        boost::filesystem::remove(file + ".corrupt");
+        EXPECT_EQ(c.loaded, dirRecords(*dirs));
+        EXPECT_EQ(c.lines, log.lines().size()) << ::testing::PrintToString(log.texts());
+        for (const std::string& fault : c.faults) EXPECT_TRUE(log.contains(fault)) << fault;
+        EXPECT_TRUE(log.contains("file_finder2/src/ff_persistent_dirs:"));
+        EXPECT_EQ(c.content, fftest::readFile(file));
+
+        dirs->addDirectory(scBinaryFiles, "/new", false, false);
+        EXPECT_EQ(c.content, fftest::readFile(file + ".corrupt"));
+        Records now = c.loaded;
+        now.insert(now.begin(), {scBinaryFiles, "/new", false, false});
+        dirs = ObjectPtr<IPersistentSearchDirContainer>();
+        log.clear();
+        EXPECT_EQ(now, dirRecords(*openDirs(file)));
+        EXPECT_TRUE(log.lines().empty());
     }
 }
 
@@ -157,10 +135,9 @@ TEST(PersistentSearchDirs, FailedWritesKeepTheOldFileNoTemporaryAndTheChangeInMe
     fftest::openToEveryone(tmp.path());
     ::chmod(readOnly.c_str(), 0555);
     ::chmod(full.c_str(), 0777);
-
     EXPECT_EQ(0, fftest::runUnprivileged([&] {
-                  // As an ordinary user the directory refuses the temporary file: the change stays
-                  // in memory, unsaved, and save() fails again.
+                  // The directory refuses the temporary file: the change stays in memory,
+                  // unsaved, and save() fails again.
                   ObjectPtr<IPersistentSearchDirContainer> dirs = openDirs(readOnly + "/dirs.json");
                   dirs->addDirectory(scBinaryFiles, "/new", false, false);
                   if (dirs->isSaved() || dirRecords(*dirs).size() != 2 || dirs->save())
@@ -171,9 +148,7 @@ TEST(PersistentSearchDirs, FailedWritesKeepTheOldFileNoTemporaryAndTheChangeInMe
                   if (::setrlimit(RLIMIT_FSIZE, &limit) != 0) return false;
                   fftest::LogCapture log(log4cplus::ERROR_LOG_LEVEL);
                   ObjectPtr<IPersistentSearchDirContainer> cut = openDirs(full + "/dirs.json");
-                  cut->addDirectory(scSymbolFiles,
-                                    "/a/rather/long/directory/name/that/does/not/fit", false,
-                                    false);
+                  cut->addDirectory(scSymbolFiles, "/a/rather/long/name/that/does/not/fit", 0, 0);
                   return !cut->isSaved() && log.contains(std::strerror(EFBIG));
               }));
     for (const std::string& dir : {readOnly, full}) {
@@ -188,12 +163,12 @@ TEST(PersistentSearchDirs, WritersOnHandlesOfOneFileAreSerialisedAndAllLand) {
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t)
         threads.emplace_back([&, t] {
-            // Each thread on a handle of its own, as independent parts of a host would, and
-            // some through another spelling of the file's name: all share one list.
+            // A handle each, as independent parts of a host would, some through another
+            // spelling of the file's name: all share one list.
             ObjectPtr<IPersistentSearchDirContainer> dirs =
                 openDirs(t % 2 ? file : tmp.path() + "/./dirs.json");
             for (int i = 0; i < 25; ++i) {
-                std::string name = "/t" + std::to_string(t) + "/d" + std::to_string(i);
+                const std::string name = "/t" + std::to_string(t) + "/d" + std::to_string(i);
                 dirs->addDirectory(scSourceFiles, name.c_str(), i % 2 == 0, false);
                 if (i == 20 && t == 0) dirs->clear(scBinaryFiles);
             }

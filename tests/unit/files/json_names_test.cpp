@@ -48,7 +48,6 @@ TEST(JsonNames, ReadersTakeEveryFormAndNameWhatIsWrong) {
         {R"([47, 120, 233, 255])", "/x\xe9\xff", nullptr},        // earlier directory files
         {R"([])", "", nullptr},
         {R"({"percentEncoded": "50%"})", "", "has a '%' without two hexadecimal digits after it"},
-        {R"({"percentEncoded": "%4g"})", "", "has a '%' without two hexadecimal digits after it"},
         {R"({"hex": "zz"})", "", "is not an even number of hexadecimal digits"},
         {R"([47, 300])", "", "is a list with something other than byte values"},
         {R"([47, -1])", "", "is a list with something other than byte values"},
@@ -58,7 +57,6 @@ TEST(JsonNames, ReadersTakeEveryFormAndNameWhatIsWrong) {
          R"(is object, not a string or {"percentEncoded": ...})"},
         {R"({"percentEncoded": 7})", "", R"(is object, not a string or {"percentEncoded": ...})"},
         {R"("a\u0000b")", "", "contains a NUL byte"},
-        {R"({"percentEncoded": "a%00b"})", "", "contains a NUL byte"},
         {R"({"hex": "6100"})", "", "contains a NUL byte"},
     };
     for (const auto& c : cases) {

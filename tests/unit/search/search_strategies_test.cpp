@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include "ff_searchdirs.h"
 #include "ff_searchenv.h"
 #include "log_capture.h"
 #include "platform/posix.h"
@@ -18,17 +17,17 @@ using Paths = std::vector<std::string>;
 
 namespace {
 
-std::string runningRelease() {
-    std::string release;
-    posix::runningKernelRelease(release);
-    return release;
-}
-
-// The system directories a strategy fills in.
+// The system directories a strategy fills in, after the ones of the running kernel.
 Dirs systemDirsOf(IFileSearchStrategy& strategy) {
     fftest::RecordingDirs dirs;
     strategy.fillSystemDirs(dirs);
     return dirs.dirs;
+}
+
+std::string runningRelease() {
+    std::string release;
+    posix::runningKernelRelease(release);
+    return release;
 }
 
 class StrategyTest : public ::testing::Test {
@@ -37,129 +36,104 @@ protected:
     BinFileSearchStrategy bin(const char* name) {
         return BinFileSearchStrategy(env.get(), {scBinaryFiles, name}, "");
     }
-    SymFileSearchStrategy sym(const char* name, const char* binary, ISearchEnv* in = nullptr) {
-        return SymFileSearchStrategy(in, {scSymbolFiles, name, binary}, "");
+    SymFileSearchStrategy sym(const char* name, const char* binary) {
+        return SymFileSearchStrategy(env.get(), {scSymbolFiles, name, binary}, "");
     }
-
     ObjectPtr<IEditableSearchEnv> env = IEditableSearchEnv::create();
     ObjectPtr<IEditableSearchDirContainer> dirs = IEditableSearchDirContainer::create();
+    RecordingResults results;
 };
 
 }  // namespace
 
-TEST_F(StrategyTest, ModuleNameIsLookedForAsKoInTheModuleDirectories) {
-    BinFileSearchStrategy strategy = bin("ext4");
-    Dirs expected{{"/lib/modules", false}};
-    if (!runningRelease().empty())
-        expected.emplace_back("/lib/modules/" + runningRelease() + "/kernel/", true);
-    EXPECT_EQ(expected, systemDirsOf(strategy));
-    RecordingResults results;
-    results.stopAt = [](const std::string&) { return true; };
-    EXPECT_TRUE(strategy.findInSystemDirs(results));
-    EXPECT_EQ((std::vector<Offer>{{"/lib/modules/ext4.ko", ssSystemDirs}}), results.offers);
-}
-
-TEST_F(StrategyTest, BootIsSearchedForVmlinuxOnly) {
+TEST_F(StrategyTest, SystemDirectoriesOfEachCategory) {
+    const std::string running = runningRelease();
     ObjectPtr<IEditableEnvironmentInfo> info = IEditableEnvironmentInfo::create();
     info->setKernelRelease("5.10.0-test");
     env->setEnvironmentInfo(info);
-    BinFileSearchStrategy image = bin("vmlinux"), release = bin("/boot/vmlinux-5.10.0-test");
-    const Dirs forImage = systemDirsOf(image);
-    const size_t base = runningRelease().empty() ? 1 : 2;
-    ASSERT_EQ(base + 2, forImage.size());
-    EXPECT_EQ(Dirs::value_type("/boot", false), forImage[base]);
-    // The release of the environment, not of the running kernel.
-    EXPECT_EQ(Dirs::value_type("/usr/lib/debug/lib/modules/5.10.0-test", false),
-              forImage[base + 1]);
-    EXPECT_EQ(base, systemDirsOf(release).size());
+    // Modules under the running kernel's release; /boot and the recorded release's debug
+    // tree for "vmlinux" only (not for vmlinux-R).
+    Dirs modules{{"/lib/modules", false}};
+    if (!running.empty()) modules.emplace_back("/lib/modules/" + running + "/kernel/", true);
+    BinFileSearchStrategy ext4 = bin("ext4"), image = bin("vmlinux"),
+                          release = bin("/boot/vmlinux-5.10.0-test");
+    EXPECT_EQ(modules, systemDirsOf(ext4));
+    EXPECT_EQ(modules, systemDirsOf(release));
+    modules.insert(modules.end(),
+                   {{"/boot", false}, {"/usr/lib/debug/lib/modules/5.10.0-test", false}});
+    EXPECT_EQ(modules, systemDirsOf(image));
+    results.stopAt = [](const std::string&) { return true; };
+    EXPECT_TRUE(ext4.findInSystemDirs(results));
+    EXPECT_EQ((std::vector<Offer>{{"/lib/modules/ext4.ko", ssSystemDirs}}), results.offers);
+
+    // Symbols: the mirror tree of the binary's directory, doubled slash and all, unless the
+    // name is already inside it; sources: /usr/src and the running kernel's headers.
+    SymFileSearchStrategy outside = sym("libc.so.debug", "/usr/lib/libc.so"),
+                          inside = sym("/usr/lib/libc.so.debug", "/usr/lib/libc.so");
+    EXPECT_EQ((Dirs{{"/usr/lib/debug", false}, {"/usr/lib/debug//usr/lib", false}}),
+              systemDirsOf(outside));
+    EXPECT_EQ((Dirs{{"/usr/lib/debug", false}}), systemDirsOf(inside));
+    SrcFileSearchStrategy source(nullptr, {scSourceFiles, "a.c"});
+    Dirs sources{{"/usr/src", false}};
+    if (!running.empty()) sources.emplace_back("/usr/src/linux-headers-" + running, false);
+    EXPECT_EQ(sources, systemDirsOf(source));
 }
 
 TEST_F(StrategyTest, GuestNamesSkipSystemDirsAndRetryUnderTheGuestDirectory) {
     dirs->addDirectory(scBinaryFiles, "/d", false, true);
-    BinFileSearchStrategy guest = bin("vmlinux [guest]");
-    RecordingResults system, high, tails;
-    EXPECT_FALSE(guest.findInSystemDirs(system));
-    EXPECT_TRUE(system.offers.empty());
-    EXPECT_FALSE(guest.findInHighPriorityDirs(high));
-    EXPECT_EQ((Paths{"/d/vmlinux [guest]", "/d/[guest]/vmlinux", "/d/vmlinux"}), high.paths());
-
+    EXPECT_FALSE(bin("vmlinux [guest]").findInSystemDirs(results));
+    EXPECT_TRUE(results.offers.empty());
+    EXPECT_FALSE(bin("vmlinux [guest]").findInHighPriorityDirs(results));
+    EXPECT_EQ((Paths{"/d/vmlinux [guest]", "/d/[guest]/vmlinux", "/d/vmlinux"}), results.paths());
+    RecordingResults tails;
     tails.stopAt = [](const std::string& path) { return path == "/d/[guest]/lib/m.ko"; };
     EXPECT_TRUE(bin("/lib/m.ko [guest]").findInHighPriorityDirs(tails));
-    EXPECT_EQ("/d/[guest]/lib/m.ko", tails.paths().back());
 }
 
-TEST_F(StrategyTest, OnlyAbsoluteNamesAreOfferedAsThemselves) {
-    RecordingResults results;
-    EXPECT_FALSE(bin("lib/x.so").lookUpAbsoluteName(results));
-    EXPECT_TRUE(results.offers.empty());
+TEST_F(StrategyTest, EachStepOffersItsCandidatesWithItsStep) {
+    EXPECT_FALSE(bin("lib/x.so").lookUpAbsoluteName(results));  // a relative name is not
     bin("/lib/x.so").lookUpAbsoluteName(results);
-    EXPECT_EQ((std::vector<Offer>{{"/lib/x.so", ssAbsoluteNameLookup}}), results.offers);
     SrcFileSearchStrategy(nullptr, {scSourceFiles, "/src/a.c"}).lookUpAbsoluteName(results);
-    EXPECT_EQ(2u, results.offers.size());
-}
-
-TEST_F(StrategyTest, CategoryDirectoriesComeBeforeAllFilesDirectories) {
+    // Category directories come before those of every category.
     dirs->addDirectory(scAllFiles, "/all", false, false);
     dirs->addDirectory(scBinaryFiles, "/bin-low", false, false);
     dirs->addDirectory(scBinaryFiles, "/bin-high", false, true);
     dirs->addDirectory(scSymbolFiles, "/sym", false, false);
-    BinFileSearchStrategy strategy = bin("x.so");
-    RecordingResults low, high;
-    strategy.findInLowPriorityDirs(low);
-    strategy.findInHighPriorityDirs(high);
-    EXPECT_EQ((std::vector<Offer>{{"/bin-low/x.so", ssLowPrioritySearchDirs},
-                                  {"/all/x.so", ssLowPrioritySearchDirs}}),
-              low.offers);
-    EXPECT_EQ((std::vector<Offer>{{"/bin-high/x.so", ssHighPrioritySearchDirs}}), high.offers);
-}
+    bin("x.so").findInLowPriorityDirs(results);
+    bin("x.so").findInHighPriorityDirs(results);
+    EXPECT_EQ((std::vector<Offer>{{"/lib/x.so", ssAbsoluteNameLookup},
+                                  {"/src/a.c", ssAbsoluteNameLookup},
+                                  {"/bin-low/x.so", ssLowPrioritySearchDirs},
+                                  {"/all/x.so", ssLowPrioritySearchDirs},
+                                  {"/bin-high/x.so", ssHighPrioritySearchDirs}}),
+              results.offers);
 
-TEST_F(StrategyTest, ArchiveDirectoriesAreSearchedUnderTheFilesOwnDirectory) {
+    // Archive directories: under the file's own directory.
     fftest::TempDir tmp;
     const std::string archived = tmp.makeFile("archive/binaries/libx.so/0123/libx.so");
     ObjectPtr<IEditableSearchDirContainer> archive = IEditableSearchDirContainer::create();
     archive->addDirectory(scBinaryFiles, (tmp / "archive/binaries").c_str(), true, true);
     env->setArchiveDirs(archive);
-    RecordingResults results;
-    results.stopAt = [&](const std::string& path) { return path == archived; };
-    EXPECT_TRUE(bin("/usr/lib/libx.so").findInArchiveDirs(results));
-    EXPECT_EQ(archived, results.offers.back().path);
-    for (const Offer& offer : results.offers) EXPECT_EQ(ssArchiveSearchDirs, offer.step);
-}
+    RecordingResults inArchive;
+    inArchive.stopAt = [&](const std::string& path) { return path == archived; };
+    EXPECT_TRUE(bin("/usr/lib/libx.so").findInArchiveDirs(inArchive));
+    EXPECT_EQ((Offer{archived, ssArchiveSearchDirs}), inArchive.offers.back());
 
-TEST_F(StrategyTest, CacheStepWithoutCacheDirectoryLogsOneErrorLine) {
     fftest::LogCapture log;
-    RecordingResults results;
-    EXPECT_FALSE(bin("/x.so").findInCacheDir(results));
+    EXPECT_FALSE(bin("/x.so").findInCacheDir(results));  // without a cache directory
     EXPECT_EQ(1u, log.count("Empty directory name., at file: file_finder2/src/ff_search:"));
-    EXPECT_TRUE(results.offers.empty());
 }
 
 TEST_F(StrategyTest, SymbolFileAroundItsBinary) {
-    RecordingResults differ, same, none;
-    EXPECT_FALSE(sym("libx.so.debug", "/opt/libx.so", env.get()).lookUpAroundBinary(differ));
+    EXPECT_FALSE(sym("libx.so.debug", "/opt/libx.so").lookUpAroundBinary(results));
     EXPECT_EQ((std::vector<Offer>{{"/opt/libx.so.debug", ssAroundBinaryLookup},
                                   {"/opt/libx.debug", ssAroundBinaryLookup},
                                   {"/opt/.debug/libx.so.debug", ssAroundBinaryLookup}}),
-              differ.offers);
+              results.offers);
     // Equal base names: the binary with the symbol file's extension is that name again.
-    sym("libx.debug", "/opt/libx.so", env.get()).lookUpAroundBinary(same);
+    RecordingResults same, none;
+    sym("libx.debug", "/opt/libx.so").lookUpAroundBinary(same);
     EXPECT_EQ((Paths{"/opt/libx.debug", "/opt/.debug/libx.debug"}), same.paths());
-    EXPECT_FALSE(sym("libx.debug", "", env.get()).lookUpAroundBinary(none));
+    EXPECT_FALSE(sym("libx.debug", "").lookUpAroundBinary(none));
     EXPECT_TRUE(none.offers.empty());
-}
-
-TEST_F(StrategyTest, SymbolSystemDirsKeepTheDoubledSlashOfTheMirrorTree) {
-    SymFileSearchStrategy outside = sym("libc.so.debug", "/usr/lib/libc.so");
-    EXPECT_EQ((Dirs{{"/usr/lib/debug", false}, {"/usr/lib/debug//usr/lib", false}}),
-              systemDirsOf(outside));
-    SymFileSearchStrategy inside = sym("/usr/lib/libc.so.debug", "/usr/lib/libc.so");
-    EXPECT_EQ((Dirs{{"/usr/lib/debug", false}}), systemDirsOf(inside));
-}
-
-TEST_F(StrategyTest, SourceSystemDirsAreUsrSrcAndTheRunningKernelsHeaders) {
-    SrcFileSearchStrategy strategy(nullptr, {scSourceFiles, "a.c"});
-    Dirs expected{{"/usr/src", false}};
-    if (!runningRelease().empty())
-        expected.emplace_back("/usr/src/linux-headers-" + runningRelease(), false);
-    EXPECT_EQ(expected, systemDirsOf(strategy));
 }

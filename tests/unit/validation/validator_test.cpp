@@ -1,5 +1,5 @@
-// The validator of one search: remote checksum stage, built-in checks, client callback
-// and the confidence-level policy.
+// The validator of one search: remote checksum stage, built-in checks, client callback and
+// the confidence-level policy. (What the built-in checks say is the decorator's test.)
 #include "validation/validator.h"
 
 #include <gtest/gtest.h>
@@ -7,8 +7,6 @@
 #include <unistd.h>
 
 #include <functional>
-#include <string>
-#include <vector>
 
 #include "callback_doubles.h"
 #include "catalog_guard.h"
@@ -22,7 +20,15 @@ namespace {
 constexpr char kAbcMd5[] = "900150983cd24fb0d6963f7d28e17f72";
 constexpr char kRemoteName[] = "/usr/lib/libx.so";
 
-using Policy = fftest::PolicyCallback;
+// "valid <confidence> step <step>" or "invalid <severity> step <step>: <message>".
+std::string verdict(const ObjectPtr<IValidatedFile>& file) {
+    if (ObjectPtr<IValidFile> valid = file->validFile())
+        return "valid " + std::to_string(valid->confidence()) + " step " +
+               std::to_string(valid->searchStep());
+    ObjectPtr<IInvalidFile> invalid = file->invalidFile();
+    return "invalid " + std::to_string(invalid->severity()) + " step " +
+           std::to_string(invalid->searchStep()) + ": " + invalid->errorMessage();
+}
 
 class Retriever : public IFileRetriever {
 public:
@@ -36,180 +42,129 @@ public:
         return result;
     }
     unsigned int result = 0;
-    std::string recorded = kAbcMd5;
+    std::string recorded = kAbcMd5;  // empty: answered, but nothing recorded
     std::vector<std::string> asked;
     std::function<void()> onFetch;
 };
 
-// The candidate in the cache directory whose contents do not match the remote record.
+// The candidate in the cache directory, whose contents do not match the remote record.
 class RemoteStage : public ::testing::Test {
 protected:
-    ObjectPtr<IValidatedFile> fromCache(Validator& validator,
-                                        unsigned int step = ssCacheSearchDir) {
-        return validator.validateInternal(cached.c_str(), step);
+    std::string fromCache(Validator& validator, unsigned int step = ssCacheSearchDir) {
+        return verdict(validator.validateInternal(cached.c_str(), step));
     }
     fftest::TempDir dir;
     const std::string cached = dir.makeFile("cache/libx.so", "not abc");
-    Policy policy;
+    fftest::PolicyCallback policy;
     Retriever retriever;
+    const std::string mismatch = "invalid 0 step 128: The file " + cached +
+                                 " does not match the checksum recorded on the remote system.";
 };
 
 }  // namespace
 
-TEST(Validator, PolicyDecidesUndecidedFiles) {
+TEST(Validator, PolicyDecidesWhatNeitherTheChecksNorTheClientDecide) {
     fftest::TempDir dir;
     const std::string file = dir.makeFile("lib/libx.so");
-    Policy policy;
+    fftest::PolicyCallback policy;
     Validator validator(nullptr, policy, scSymbolFiles, "libx.so", nullptr);
-
-    policy.answer = 0;
-    ObjectPtr<IValidFile> high =
-        validator.validateInternal(file.c_str(), ssSystemDirs)->validFile();
-    ASSERT_TRUE(high);
-    EXPECT_EQ(cfPolicyHigh, high->confidence());
-    EXPECT_EQ(ssSystemDirs, high->searchStep());
-    EXPECT_EQ(file, high->name());
+    EXPECT_EQ("valid 1 step 32", verdict(validator.validateInternal(file.c_str(), ssSystemDirs)));
     EXPECT_EQ(scSymbolFiles, policy.lastCategory);
-
     policy.answer = 1;
-    EXPECT_EQ(cfPolicyLow, validator.validate(file.c_str())->validFile()->confidence());
-
+    EXPECT_EQ("valid 2 step 64", verdict(validator.validate(file.c_str())));
     policy.answer = 2;
-    ObjectPtr<IValidatedFile> verdict = validator.validate((dir / "lib/./libx.so").c_str());
-    EXPECT_FALSE(verdict->validFile());
-    ObjectPtr<IInvalidFile> rejected = verdict->invalidFile();
+    ObjectPtr<IInvalidFile> rejected =
+        validator.validate((dir / "lib/./libx.so").c_str())->invalidFile();
     ASSERT_TRUE(rejected);
-    EXPECT_EQ(svUnspecified, rejected->severity());
-    EXPECT_STREQ("", rejected->errorMessage());
-    EXPECT_EQ(ssAskUser, rejected->searchStep());
+    EXPECT_EQ("invalid 2 step 64: ", verdict(validator.validate(file.c_str())));
     EXPECT_EQ(file, rejected->name()) << "names are kept in canonical form";
-
     ObjectPtr<IValidFile> forced = rejected->forceTreatAsValid();
     EXPECT_EQ(cfAccepted, forced->confidence());
     EXPECT_EQ(ssAskUser, forced->searchStep());
-    EXPECT_EQ(file, forced->name());
-    EXPECT_EQ((std::vector<unsigned int>{ssSystemDirs, ssAskUser, ssAskUser}), policy.asked);
-}
+    EXPECT_EQ((std::vector<unsigned int>{ssSystemDirs, ssAskUser, ssAskUser, ssAskUser}),
+              policy.asked);
 
-// What the built-in checks say (missing, unreadable...) is the decorator's test; here
-// only that its verdict and the client's reach the result without the policy.
-TEST(Validator, ClientCallbackAnswersWithoutThePolicy) {
-    fftest::TempDir dir;
-    const std::string file = dir.makeFile("libx.so");
-    Policy policy;
+    // The client's verdict and the checks' reach the result without the policy.
     fftest::ValidatorCallback client(vrInvalid);
-    Validator validator(&client, policy, scBinaryFiles, "libx.so", nullptr);
-    ObjectPtr<IInvalidFile> rejected = validator.validateInternal(file.c_str(), 2)->invalidFile();
-    ASSERT_TRUE(rejected);
-    EXPECT_EQ(svMild, rejected->severity());
-    EXPECT_STREQ("rejected by test", rejected->errorMessage());
-    EXPECT_EQ(svHard, validator.validate((dir / "gone.so").c_str())->invalidFile()->severity());
-    ObjectPtr<IInvalidFile> unnamed = validator.validate(nullptr)->invalidFile();
-    ASSERT_TRUE(unnamed);
-    EXPECT_STREQ("", unnamed->name());
+    Validator withClient(&client, policy, scBinaryFiles, "libx.so", nullptr);
+    EXPECT_EQ("invalid 1 step 2: rejected by test",
+              verdict(withClient.validateInternal(file.c_str(), 2)));
+    EXPECT_EQ(0u,
+              verdict(withClient.validate((dir / "gone.so").c_str())).find("invalid 0 step 64: "));
+    EXPECT_STREQ("", withClient.validate(nullptr)->invalidFile()->name());
     EXPECT_EQ(1u, client.asked.size());
-    EXPECT_TRUE(policy.asked.empty());
+    EXPECT_EQ(4u, policy.asked.size());
 }
 
 TEST_F(RemoteStage, MismatchRejectsWithoutFurtherChecksAndFetchesOnce) {
     fftest::ValidatorCallback client(vrInvalid);
     Validator validator(&client, policy, scBinaryFiles, kRemoteName, &retriever);
-    ObjectPtr<IInvalidFile> rejected = fromCache(validator)->invalidFile();
-    ASSERT_TRUE(rejected);
-    EXPECT_EQ(svHard, rejected->severity());
-    EXPECT_EQ(ssCacheSearchDir, rejected->searchStep());
-    EXPECT_EQ("The file " + cached + " does not match the checksum recorded on the remote system.",
-              rejected->errorMessage());
-    EXPECT_TRUE(client.asked.empty());
-    EXPECT_EQ((std::vector<std::string>{kRemoteName}), retriever.asked);
-
+    EXPECT_EQ(mismatch, fromCache(validator));
     // Only the low 16 bits of the step select the stage; the result carries those.
-    rejected = fromCache(validator, 0x30000u | ssCacheSearchDir)->invalidFile();
-    ASSERT_TRUE(rejected);
-    EXPECT_EQ(ssCacheSearchDir, rejected->searchStep());
-    EXPECT_EQ(1u, retriever.asked.size()) << "fetched once and kept for the validator's life";
-
+    EXPECT_EQ(mismatch, fromCache(validator, 0x30000u | ssCacheSearchDir));
+    EXPECT_TRUE(client.asked.empty());
+    EXPECT_EQ((std::vector<std::string>{kRemoteName}), retriever.asked)
+        << "kept for the validator's life";
     fftest::CatalogGuard noCatalogs(/*removeAll=*/true);
-    EXPECT_STREQ("%CannotMatchFileWithChecksumMismatch",
-                 fromCache(validator)->invalidFile()->errorMessage());
+    EXPECT_EQ("invalid 0 step 128: %CannotMatchFileWithChecksumMismatch", fromCache(validator));
 }
 
 TEST_F(RemoteStage, MatchStillRunsTheBuiltInChecksAndThePolicySeesTheWholeStep) {
     const std::string abc = dir.makeFile("cache/abc.so", "abc");
     retriever.recorded = "900150983CD24FB0D6963F7D28E17F72";  // an upper-case record matches
     Validator validator(nullptr, policy, scBinaryFiles, kRemoteName, &retriever);
-    const unsigned int step = 0x30000u | ssCacheSearchDir;
-    ObjectPtr<IValidFile> valid = validator.validateInternal(abc.c_str(), step)->validFile();
-    ASSERT_TRUE(valid);
-    EXPECT_EQ(cfPolicyHigh, valid->confidence()) << "a match alone does not accept";
-    EXPECT_EQ(ssCacheSearchDir, valid->searchStep());
-    EXPECT_EQ(step, policy.asked.back());
+    EXPECT_EQ("valid 1 step 128",
+              verdict(validator.validateInternal(abc.c_str(), 0x30000u | ssCacheSearchDir)))
+        << "a match alone does not accept";
+    EXPECT_EQ(0x30000u | ssCacheSearchDir, policy.asked.back());
 
+    // Root may read anything; the unreadable case runs as an ordinary user.
     fftest::openToEveryone(dir.path());
     ASSERT_EQ(0, ::chmod(abc.c_str(), 0));
-    // Root may read anything; the unreadable case runs as an ordinary user. The candidate
-    // cannot be hashed then, so the remote stage has no verdict and the checks decide.
     EXPECT_EQ(0, fftest::runUnprivileged([&] {
-                  Retriever freshRetriever;
-                  Validator fresh(nullptr, policy, scBinaryFiles, kRemoteName, &freshRetriever);
-                  ObjectPtr<IInvalidFile> rejected =
-                      fresh.validateInternal(abc.c_str(), ssCacheSearchDir)->invalidFile();
-                  return rejected && rejected->severity() == svHard &&
-                         std::string(rejected->errorMessage()).find("cannot be opened") !=
-                             std::string::npos;
+                  Retriever fresh;
+                  Validator v(nullptr, policy, scBinaryFiles, kRemoteName, &fresh);
+                  return verdict(v.validateInternal(abc.c_str(), ssCacheSearchDir))
+                             .find("cannot be opened") != std::string::npos;
               }));
 }
 
-TEST_F(RemoteStage, OtherStepsAndAValidatorWithoutRetrieverNeverFetch) {
+TEST_F(RemoteStage, OnlyTheCacheStepOfAnAbsoluteOrKernelNameAsksTheRetriever) {
     Validator validator(nullptr, policy, scBinaryFiles, kRemoteName, &retriever);
-    // Only the cache step fetches; a value that is no step at all (256) neither.
     for (unsigned int step : {1u, 4u, 64u, 256u, 0x10000u})
-        EXPECT_TRUE(fromCache(validator, step)->validFile()) << step;
+        EXPECT_EQ("valid 1 step " + std::to_string(step & 0xffffu), fromCache(validator, step));
+    EXPECT_EQ((std::vector<unsigned int>{1, 4, 64, 256, 0x10000}), policy.asked);
     EXPECT_TRUE(retriever.asked.empty());
-    EXPECT_EQ(256u, policy.asked[3]);
-    EXPECT_EQ(256u, fromCache(validator, 256)->validFile()->searchStep());
-
     Validator withoutRetriever(nullptr, policy, scBinaryFiles, kRemoteName, nullptr);
-    EXPECT_TRUE(fromCache(withoutRetriever)->validFile());
-}
+    EXPECT_EQ("valid 1 step 128", fromCache(withoutRetriever));
 
-TEST_F(RemoteStage, OnlyAbsoluteOrKernelNamesReachTheRetriever) {
-    struct Case {
-        const char* requested;
-        const char* asked;  // null: the retriever is not asked
-    };
-    const Case cases[] = {
+    const std::pair<const char*, const char*> asked[] = {
         {"lib/libx.so", nullptr},   {"C:\\x\\libx.dll", nullptr},         {"vmlinux", "vmlinux"},
         {kRemoteName, kRemoteName}, {"\\usr\\lib\\libx.so", kRemoteName},
     };
-    for (const Case& c : cases) {
+    for (const auto& [requested, remote] : asked) {
         Retriever own;
-        own.recorded.clear();  // answered, but nothing recorded: no verdict
-        Validator validator(nullptr, policy, scBinaryFiles, c.requested, &own);
-        EXPECT_TRUE(fromCache(validator)->validFile());
-        EXPECT_EQ(c.asked ? std::vector<std::string>{c.asked} : std::vector<std::string>(),
-                  own.asked)
-            << c.requested;
+        own.recorded.clear();
+        Validator v(nullptr, policy, scBinaryFiles, requested, &own);
+        fromCache(v);
+        EXPECT_EQ(remote ? std::vector<std::string>{remote} : std::vector<std::string>(),
+                  own.asked);
     }
 }
 
-TEST_F(RemoteStage, FailedFetchIsRetriedWithTheNextCacheCandidate) {
+TEST_F(RemoteStage, AFailedFetchIsRetriedAndAFileThatVanishesMeanwhileIsRejected) {
     retriever.result = 5;
     Validator validator(nullptr, policy, scBinaryFiles, kRemoteName, &retriever);
-    EXPECT_TRUE(fromCache(validator)->validFile());
+    EXPECT_EQ("valid 1 step 128", fromCache(validator));
     retriever.result = 0;
-    retriever.recorded.clear();  // success, but nothing recorded
-    EXPECT_TRUE(fromCache(validator)->validFile());
+    retriever.recorded.clear();
+    EXPECT_EQ("valid 1 step 128", fromCache(validator));
     retriever.recorded = kAbcMd5;
-    EXPECT_TRUE(fromCache(validator)->invalidFile());
+    EXPECT_EQ(mismatch, fromCache(validator));
     EXPECT_EQ(3u, retriever.asked.size());
-}
 
-TEST_F(RemoteStage, FileThatVanishesBetweenTheChecksIsRejectedWithAMessage) {
-    retriever.onFetch = [this] { ::unlink(cached.c_str()); };
-    Validator validator(nullptr, policy, scBinaryFiles, kRemoteName, &retriever);
-    ObjectPtr<IInvalidFile> rejected = fromCache(validator)->invalidFile();
-    ASSERT_TRUE(rejected);
-    EXPECT_EQ(svHard, rejected->severity());
-    EXPECT_NE(std::string::npos, std::string(rejected->errorMessage()).find("does not exist"));
+    Retriever vanishing;
+    vanishing.onFetch = [this] { ::unlink(cached.c_str()); };
+    Validator v(nullptr, policy, scBinaryFiles, kRemoteName, &vanishing);
+    EXPECT_NE(std::string::npos, fromCache(v).find("does not exist"));
 }
