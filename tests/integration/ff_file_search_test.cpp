@@ -166,7 +166,7 @@ TEST_F(SearchTest, ARecursiveMissLogsEveryCandidateWhileALogListens) {
     tmp.makeDir("tree/c");
     dirs->addDirectory(scBinaryFiles, (tmp / "tree").c_str(), true, true);
     fftest::LogCapture log(log4cplus::INFO_LOG_LEVEL);
-    EXPECT_FALSE(search()->findBinFile("missing.so", nullptr, nullptr, 0));
+    EXPECT_FALSE(IFileSearch::create(env)->findBinFile("missing.so", nullptr, nullptr, 0));
     // tree/missing.so twice (iteratively, then recursively), then one per sub-directory.
     EXPECT_EQ(5u, log.count("*** DO__NOT__EXIST " + (tmp / "tree")));
 }

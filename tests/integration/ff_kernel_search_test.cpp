@@ -104,11 +104,10 @@ TEST_F(KernelSearch, AnImageThatCannotBeUnpackedIsRejectedWithTheReason) {
                                         std::string("\x1F\x8B\x08\0\0\0\0\0\0\x03\x07junk", 15));
     ObjectPtr<IFileSearch> search = IFileSearch::create(env, options);
     EXPECT_EQ(findBin(search, "vmlinux"), "");
-    ASSERT_EQ(rejections.invalidNames, std::vector<std::string>{image});
-    EXPECT_EQ(rejections.invalidMessages[0], "cannot be unpacked: truncated xz stream");
+    EXPECT_EQ(rejections.invalid,
+              std::vector<std::string>{image + ": cannot be unpacked: truncated xz stream"});
     EXPECT_EQ(findBin(search, "bad"), "");
-    EXPECT_EQ(rejections.invalidNames.back(), module);
-    EXPECT_EQ(rejections.invalidMessages.back(), "cannot be unpacked: corrupt gzip stream");
+    EXPECT_EQ(rejections.invalid.back(), module + ": cannot be unpacked: corrupt gzip stream");
     // An ELF kernel named vmlinuz, as some architectures boot it, is a kernel as it is.
     makeFile(std::string("/boot/vmlinuz-") + kRelease, fftest::elfLikeFile(5000));
     EXPECT_EQ(findBin(search, "vmlinux"), image);
