@@ -70,10 +70,6 @@ std::string gzipTrailer(uLong crc, uLong size) {
     return trailer;
 }
 
-bool hasErrorLine(const fftest::LogCapture& log, const std::string& text) {
-    return log.hasErrorLine(text, "file_finder2/src/ff_utils");
-}
-
 class ExtractVmlinux : public ::testing::Test {
 protected:
     fftest::TempDir dir;
@@ -87,7 +83,8 @@ protected:
     }
     void expectFailedAndNothingLeft(const fftest::LogCapture& log) {
         EXPECT_EQ(fftest::entryNames(dir.path()), std::vector<std::string>{"vmlinuz"});
-        EXPECT_TRUE(hasErrorLine(log, "Failed to extract vmlinux from " + image));
+        EXPECT_TRUE(log.hasErrorLine("Failed to extract vmlinux from " + image,
+                                     "file_finder2/src/ff_utils"));
     }
 };
 
@@ -99,26 +96,30 @@ TEST_F(ExtractVmlinux, UnpacksPlainGzipFileWhole) {
     EXPECT_EQ(log.texts(), std::vector<std::string>{kernel + " was extracted from " + image});
 }
 
-TEST_F(ExtractVmlinux, FindsStreamBehindBootCodeAndIgnoresWhatFollows) {
-    // Near misses in the boot code are passed over; a second stream and junk after the
-    // kernel change nothing.
-    std::string boot =
-        kernelLikeBytes(16384, 3) + "\x1F\x8B\x08\x01\x1F\x8B\x09" + std::string(1, '\0');
-    boot += "\x90";
-    const std::string trailer = gzip("another stream") + std::string(300000, '\x1F');
-    ASSERT_TRUE(extract(boot + gzip(data) + trailer));
-    EXPECT_EQ(readFile(kernel), data);
-}
-
-TEST_F(ExtractVmlinux, ByteThatBreaksAMatchIsNotTakenAsNewStart) {
-    // The scan restarts after the byte that broke a partial match: a stray 1F before the
-    // stream swallows the stream's first byte.
-    fftest::LogCapture log;
-    EXPECT_FALSE(extract("\x1F" + gzip(data)));
-    expectFailedAndNothingLeft(log);
-    // A mismatch on a byte other than 1F leaves the stream's own start intact.
-    ASSERT_TRUE(extract(std::string("\x1F\x8B\x00", 3) + gzip(data)));
-    EXPECT_EQ(readFile(kernel), data);
+// The stream is found behind boot code with near misses in it; a second stream and junk
+// after the kernel change nothing. The scan restarts after the byte that broke a partial
+// match, so a stray 1F before the stream swallows the stream's first byte, while a mismatch
+// on another byte leaves the stream's own start intact.
+TEST_F(ExtractVmlinux, FindsTheStreamBehindBootCodeAndIgnoresWhatFollows) {
+    const std::string boot =
+        kernelLikeBytes(16384, 3) + std::string("\x1F\x8B\x08\x01\x1F\x8B\x09\0\x90", 9);
+    const struct {
+        std::string before, after;
+        bool found;
+    } cases[] = {
+        {boot, gzip("another stream") + std::string(300000, '\x1F'), true},
+        {"\x1F", "", false},
+        {std::string("\x1F\x8B\x00", 3), "", true},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.before.substr(0, 3));
+        fftest::LogCapture log;
+        EXPECT_EQ(c.found, extract(c.before + gzip(data) + c.after));
+        if (c.found)
+            EXPECT_EQ(readFile(kernel), data);
+        else
+            expectFailedAndNothingLeft(log);
+    }
 }
 
 // Missing inputs and output directories are in the bad-input table.
@@ -222,8 +223,8 @@ TEST_F(ExtractVmlinux, DecompressionBombStreamsInBoundedMemoryAndAFullDiskLeaves
                   ::setrlimit(RLIMIT_FSIZE, &limit);
                   fftest::LogCapture log;
                   return !utils::extractVmlinux(image.c_str(), kernel.c_str()) &&
-                         hasErrorLine(log,
-                                      "I/O error when extracting: " + kernel + " from " + image);
+                         log.hasErrorLine("I/O error when extracting: " + kernel + " from " + image,
+                                          "file_finder2/src/ff_utils");
               }));
     EXPECT_EQ(fftest::entryNames(dir.path()), std::vector<std::string>{"vmlinuz"});
 }

@@ -6,6 +6,7 @@
 
 #include "base/string_container.h"
 #include "callback_doubles.h"
+#include "search/found_files_lazy_iterator.h"
 #include "search/search_request.h"
 #include "search_doubles.h"
 #include "temp_dir.h"
@@ -25,24 +26,9 @@ ObjectPtr<IValidFile> validFile(const char* name) {
     return ObjectPtr<IValidFile>(new ValidFile(name, cfAccepted, ssSystemDirs));
 }
 
-class Files : public IValidFileIterator {
-public:
-    explicit Files(std::vector<ObjectPtr<IValidFile>> files = {}) : m_files(std::move(files)) {}
-    void reset() override { m_next = 0; }
-    ObjectPtr<IValidFile> next() override {
-        return m_next < m_files.size() ? m_files[m_next++] : ObjectPtr<IValidFile>();
-    }
-
-private:
-    std::vector<ObjectPtr<IValidFile>> m_files;
-    size_t m_next = 0;
-};
-
-class NoInvalidFiles : public IInvalidFileIterator {
-public:
-    void reset() override {}
-    ObjectPtr<IInvalidFile> next() override { return {}; }
-};
+template <class T, class Iterator>
+using Over = FoundFilesLazyIterator::FilesIterator<T, Iterator>;
+using ValidFiles = std::list<ObjectPtr<IValidFile>>;
 
 class DefaultCallbacks : public ::testing::Test {
 protected:
@@ -57,8 +43,10 @@ protected:
     }
     ObjectPtr<IValidFile> noFilesFound(const SearchRequest& r) {
         fftest::UnusedValidator validator;
-        NoInvalidFiles invalid;
-        Files valid;
+        std::list<ObjectPtr<IInvalidFile>> noInvalid;
+        ValidFiles noValid;
+        Over<IInvalidFile, IInvalidFileIterator> invalid(noInvalid);
+        Over<IValidFile, IValidFileIterator> valid(noValid);
         return notifyNoFilesFound(*notFound, r, validator, invalid, valid);
     }
 
@@ -128,7 +116,8 @@ TEST_F(DefaultCallbacks, FilesFoundRemembersTheOwnChoiceElseTheFirstValidFile) {
         const std::string ifRemembered = behaviour ? "/a/lib" : "<none>";
         for (const SearchRequest& r : kRequests) {
             history->clear(scAllFiles);
-            Files none, valid({validFile("/a/lib"), validFile("/b/lib")});
+            ValidFiles noFiles, twoFiles{validFile("/a/lib"), validFile("/b/lib")};
+            Over<IValidFile, IValidFileIterator> none(noFiles), valid(twoFiles);
             EXPECT_FALSE(notifyFilesFound(*found, r, none));
             EXPECT_EQ("<none>", remembered(r));
             // Without an own callback behaviour 0 chooses nothing.

@@ -24,12 +24,6 @@ Dirs systemDirsOf(IFileSearchStrategy& strategy) {
     return dirs.dirs;
 }
 
-std::string runningRelease() {
-    std::string release;
-    posix::runningKernelRelease(release);
-    return release;
-}
-
 class StrategyTest : public ::testing::Test {
 protected:
     StrategyTest() { env->setSearchDirs(dirs); }
@@ -47,7 +41,8 @@ protected:
 }  // namespace
 
 TEST_F(StrategyTest, SystemDirectoriesOfEachCategory) {
-    const std::string running = runningRelease();
+    std::string running;
+    posix::runningKernelRelease(running);
     ObjectPtr<IEditableEnvironmentInfo> info = IEditableEnvironmentInfo::create();
     info->setKernelRelease("5.10.0-test");
     env->setEnvironmentInfo(info);

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <fstream>
 
+#include "callback_doubles.h"
 #include "ff_identity.h"
 #include "ff_search.h"
 #include "ff_searchdirs.h"
@@ -23,22 +24,6 @@ public:
     void setErrorMessage(const char* text) override { message = text; }
     severity_t severity = svUnspecified;
     std::string message;
-};
-
-// Answers the same every time and counts the calls.
-class Fixed : public IValidatorCallback {
-public:
-    explicit Fixed(unsigned int answer, const char* text = "") : m_answer(answer), m_text(text) {}
-    unsigned int validate(const char*, IErrorInfoContainer& info) override {
-        ++calls;
-        if (m_answer == vrInvalid) info.setErrorMessage(m_text);
-        return m_answer;
-    }
-    int calls = 0;
-
-private:
-    unsigned int m_answer;
-    const char* m_text;
 };
 
 // Builds, once for all tests: v1/libE.so (split: libE.so.debug beside it, linked by
@@ -90,13 +75,6 @@ protected:
 fftest::TempDir* IdentityTest::dir = nullptr;
 bool IdentityTest::built = false;
 
-struct Case {
-    const char* binary;     // relative to the directory; "" for none
-    const char* candidate;  // relative
-    unsigned int expected;
-    const char* message;  // a part of the refusal's message
-};
-
 }  // namespace
 
 TEST_F(IdentityTest, ReadsWhatTheLinkerAndObjcopyWroteAlsoFromTheFirstPageAlone) {
@@ -116,7 +94,12 @@ TEST_F(IdentityTest, ReadsWhatTheLinkerAndObjcopyWroteAlsoFromTheFirstPageAlone)
 
 TEST_F(IdentityTest, SymbolFilesMustBeSplitFromTheBinaryOrBeIt) {
     const std::string text = dir->makeFile("libc.so", "/* GNU ld script */\nGROUP ( x )\n");
-    const Case cases[] = {
+    const struct {
+        const char* binary;  // "" for none
+        const char* candidate;
+        unsigned int expected;
+        const char* message;  // a part of the refusal's message
+    } cases[] = {
         {"v1/libE.so", "v1/libE.so.debug", vrValid, ""},
         {"v1/libE.so", "v2/libE.so.debug", vrInvalid, "is not the build ID of the binary"},
         {"v2/libE.so", "v1/libE.so.debug", vrInvalid, "is not the build ID of the binary"},
@@ -133,7 +116,7 @@ TEST_F(IdentityTest, SymbolFilesMustBeSplitFromTheBinaryOrBeIt) {
         {"", "v1/libE.so.debug", vrUndecided, ""},
         {"missing.so", "v2/libE.so.debug", vrUndecided, ""},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.binary) + " <- " + c.candidate);
         const std::string binaryPath = *c.binary ? at(c.binary) : "";
         SymbolFileIdentityValidator validator(
@@ -178,7 +161,7 @@ TEST(ValidatorChain, TheFirstRefusalWinsAndAnOutrightAcceptanceBeatsUndecided) {
     const struct {
         std::vector<unsigned int> answers;
         unsigned int result;
-        int callsOfLast;
+        size_t callsOfLast;
     } cases[] = {
         {{}, vrUndecided, 0},
         {{vrUndecided, vrValid}, vrValid, 1},
@@ -188,17 +171,17 @@ TEST(ValidatorChain, TheFirstRefusalWinsAndAnOutrightAcceptanceBeatsUndecided) {
         {{vrUndecided, vrUndecided}, vrUndecided, 1},
     };
     for (const auto& c : cases) {
-        std::vector<std::unique_ptr<Fixed>> validators;
+        std::vector<std::unique_ptr<fftest::ValidatorCallback>> validators;
         ValidatorChain chain;
         for (unsigned int answer : c.answers) {
-            validators.push_back(std::make_unique<Fixed>(answer, "refused"));
+            validators.push_back(std::make_unique<fftest::ValidatorCallback>(answer));
             chain.add(validators.back().get());
         }
         chain.add(nullptr);
         Info info;
         EXPECT_EQ(chain.validate("x", info), c.result);
         if (!validators.empty()) {
-            EXPECT_EQ(validators.back()->calls, c.callsOfLast);
+            EXPECT_EQ(validators.back()->asked.size(), c.callsOfLast);
         }
     }
 }
