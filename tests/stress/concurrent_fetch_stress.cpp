@@ -18,8 +18,6 @@
 #include "temp_dir.h"
 
 using namespace FF_2_13;
-namespace fs = boost::filesystem;
-
 namespace {
 
 constexpr int kThreads = 8;
@@ -39,10 +37,10 @@ public:
     explicit PieceByPieceRetriever(std::string content) : m_content(std::move(content)) {}
     bool isLocal(const char*) override { return false; }
     unsigned int retrieve(const char* remoteName, const char* targetDir) override {
-        const fs::path target = utils::addSubPart(targetDir, remoteName);
+        const std::string target = utils::addSubPart(targetDir, remoteName);
         boost::system::error_code error;
-        fs::create_directories(target.parent_path(), error);
-        std::ofstream out(target.string(), std::ios::binary | std::ios::trunc);
+        boost::filesystem::create_directories(utils::getFileNamePath(target.c_str()), error);
+        std::ofstream out(target, std::ios::binary | std::ios::trunc);
         for (size_t at = 0; out && at < m_content.size(); at += kPiece) {
             out.write(m_content.data() + at, kPiece);
             out.flush();
@@ -86,7 +84,7 @@ TEST(ConcurrentFetch, EverySearchOfOneRemoteNameGetsTheWholeFileAndTheCacheHolds
     }
     // One version, one file: no copy archived under the digest of torn bytes.
     EXPECT_EQ(1u, fftest::entryNames(tmp / "cache/libfetched.so").size());
-    EXPECT_EQ(1u, fftest::entryNames(fs::path(found[0]).parent_path().string()).size());
+    EXPECT_EQ(1u, fftest::entryNames(utils::getFileNamePath(found[0].c_str())).size());
 }
 
 }  // namespace
