@@ -116,7 +116,8 @@ public:
                                     const ObjectPtr<ISearchDirContainer>& dirs,
                                     const char* key) = 0;
     /// Archive directory of the context: searched first, with the layout of
-    /// utils::archiveFile under "binaries", "symbols", "sources" and "all".
+    /// utils::archiveFile under "binaries", "symbols", "sources" and "all". An empty
+    /// name removes it; a null one throws std::logic_error (as for registerCacheDir).
     virtual void registerArchiveDir(IResolutionContext& context, const char* dir) = 0;
     /// Cache directory: where fetched remote files are kept.
     virtual void registerCacheDir(IResolutionContext& context, const char* dir) = 0;

@@ -87,7 +87,10 @@ enum : unsigned int {
 /// digest text, creating each missing level. `subDir` may be null. On 0 and 6
 /// `archivedPath` holds the archived copy. A partial copy never stands under the final
 /// name, nothing existing is overwritten, and the source (with `removeSource`) is removed
-/// only after a complete copy.
+/// only after a complete copy. What stands under the final name already answers 6 when it
+/// is a regular file, or a symbolic link to a regular file with the same MD5 digest (the
+/// link is followed and kept); anything else there (a directory, a dangling link, a link
+/// to other bytes) answers 5.
 FF_EXPORT unsigned int archiveFile(const char* file, const char* archiveDir, const char* subDir,
                                    std::string& archivedPath, bool removeSource);
 

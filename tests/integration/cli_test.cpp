@@ -18,6 +18,7 @@
 
 #include "compressed_files.h"
 #include "ff_identity.h"
+#include "ff_utils.h"
 #include "temp_dir.h"
 #include "unprivileged.h"
 
@@ -218,18 +219,28 @@ TEST_F(FileFinderCli, ExtractKernelUnpacksEveryFormatAndSaysWhyItCannot) {
 
     ASSERT_TRUE(
         shell("{ printf 'boot'; xz -c vmlinuz.in; } > vmlinuz.xz && "
-              "head -c 3000 vmlinuz.xz > cut.xz && echo no kernel in here > plain"));
+              "head -c 3000 vmlinuz.xz > cut.xz && echo no kernel in here > plain && : > empty && "
+              "gzip -nc vmlinuz.in > flipped.gz && printf '\\377' | dd of=flipped.gz bs=1 "
+              "seek=$(($(stat -c %s flipped.gz) / 2)) conv=notrunc 2>/dev/null && "
+              "zstd -qc vmlinuz.in | head -c 3000 > cut.zst && "
+              "{ printf '\\002\\041\\114\\030\\377\\377\\377\\177'; head -c 4096 vmlinuz.in; } "
+              "> huge-block.lz4"));
     EXPECT_EQ(run({"extract-kernel", "vmlinuz.xz", "vmlinux"}).code, 0);
     EXPECT_EQ(readFile(dir / "vmlinux"), kernel);
     const std::pair<std::string, std::string> refusals[] = {
         {"plain", "plain holds no compressed kernel"},
         {"cut.xz", "the xz stream in cut.xz is cut off before its end"},
         {"missing", "cannot read missing: No such file or directory"},
+        {"empty", "empty holds no compressed kernel"},
+        {"flipped.gz", "the gzip stream in flipped.gz is corrupt"},
+        {"cut.zst", "the zstd stream in cut.zst is cut off before its end"},
+        {"huge-block.lz4", "the lz4 stream in huge-block.lz4 is corrupt"},
     };
     for (const auto& refusal : refusals) {
         const Result bad = run({"extract-kernel", refusal.first, "out"});
         EXPECT_EQ(bad.code, 2);
         EXPECT_NE(bad.err.find(refusal.second), std::string::npos) << bad.err;
+        EXPECT_FALSE(FF_2_13::utils::fileExists((dir / "out").c_str())) << refusal.first;
     }
     EXPECT_EQ(run({"extract-kernel", "missing", "out"}).code, 2);
     EXPECT_EQ(run({"extract-kernel", "vmlinuz", "no-such-dir/vmlinux"}).code, 2);

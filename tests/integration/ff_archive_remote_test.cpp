@@ -68,6 +68,40 @@ TEST(ArchiveFile, KeepsEachVersionUnderItsNameAndDigestAndSaysWhatWentWrong) {
     EXPECT_TRUE(fs::exists(file));
 }
 
+TEST(ArchiveFile, ALinkToTheSameBytesIsFollowedAsArchivedAndAnyOtherLinkRefused) {
+    fftest::TempDir tmp;
+    const std::string file = tmp.makeFile("in/libx.so", "linked"), md5 = md5Of(file);
+    const std::string same = tmp.makeFile("elsewhere/same", "linked");
+    const std::string other = tmp.makeFile("elsewhere/other", "other bytes");
+    const std::string dir = tmp.makeDir("elsewhere/dir");
+    const struct {
+        const char* name;
+        std::string linkTo;
+        unsigned int code;
+    } cases[] = {
+        {"to the same bytes", same, 6},
+        {"to other bytes", other, 5},
+        {"to a directory", dir, 5},
+        {"dangling", tmp / "nothing", 5},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const std::string archive = tmp / c.name;
+        const std::string target = archive + "/libx.so/" + md5 + "/libx.so";
+        tmp.makeDir(c.name + std::string("/libx.so/") + md5);
+        fs::create_symlink(c.linkTo, target);
+        std::string archived;
+        EXPECT_EQ(c.code,
+                  utils::archiveFile(file.c_str(), archive.c_str(), nullptr, archived, true));
+        EXPECT_TRUE(fs::is_symlink(target));  // never replaced
+        if (c.code == 6) {
+            EXPECT_EQ(target, archived);
+        }
+        EXPECT_TRUE(fs::exists(file));  // nothing copied, so nothing removed
+    }
+    EXPECT_EQ("other bytes", fftest::readFile(other));
+}
+
 TEST(CreateUniqueTempDir, MakesPrivateDirectoriesOrGivesUpAfterThirtyAttemptsWithOneLine) {
     fftest::TempDir tmp;
     fftest::ScopedUserDataDir userData(tmp / "data");

@@ -2,6 +2,7 @@
 // under a temporary system root: never this machine's /lib/modules or /boot.
 #include <gtest/gtest.h>
 
+#include <boost/filesystem.hpp>
 #include <thread>
 #include <vector>
 
@@ -111,6 +112,41 @@ TEST_F(KernelSearch, AnImageThatCannotBeUnpackedIsRejectedWithTheReason) {
     // An ELF kernel named vmlinuz, as some architectures boot it, is a kernel as it is.
     makeFile(std::string("/boot/vmlinuz-") + kRelease, fftest::elfLikeFile(5000));
     EXPECT_EQ(findBin(search, "vmlinux"), image);
+}
+
+// Every compression of modules, damaged each way: a miss whose rejection says why, and
+// nothing left in the cache or beside the module.
+TEST_F(KernelSearch, DamagedModulesOfEveryCompressionAreMissesWithTheReason) {
+    const std::string module = fftest::elfLikeFile(20000);
+    // The compressions modules come in.
+    const char* tools[][2] = {{"gz", "gzip -nc"}, {"xz", "xz -c"}, {"zst", "zstd -c"}};
+    std::vector<std::pair<std::string, std::string>> damaged;  // extension, contents
+    for (const auto& tool : tools) {
+        const std::string stream = compressed(tool[1], module);
+        std::string flipped = stream;
+        flipped[stream.size() / 2] ^= 0x01;
+        damaged.insert(
+            damaged.end(),
+            {{tool[0], stream.substr(0, stream.size() / 2)}, {tool[0], flipped}, {tool[0], ""}});
+    }
+    damaged.push_back({"gz", std::string("\x1F\x8B\x08\x04\0\0\0\0\0\x03\xFF\xFF", 12) + "short"});
+    damaged.push_back({"zst", std::string("\x28\xB5\x2F\xFD\x00\xA8", 6) + module});
+
+    ObjectPtr<IFileSearch> search = IFileSearch::create(env, options);
+    for (size_t i = 0; i < damaged.size(); ++i) {
+        const std::string name = "m" + std::to_string(i);
+        SCOPED_TRACE(name + ".ko." + damaged[i].first);
+        const std::string path =
+            makeFile(lib + "/kernel/" + name + ".ko." + damaged[i].first, damaged[i].second);
+        const size_t before = rejections.invalid.size();
+        EXPECT_EQ(findBin(search, name.c_str()), "");
+        ASSERT_EQ(rejections.invalid.size(), before + 1);
+        EXPECT_EQ(rejections.invalid.back().find(path + ": cannot be unpacked: "), 0u)
+            << rejections.invalid.back();
+    }
+    EXPECT_EQ(fftest::entryNames(root + lib + "/kernel").size(), damaged.size());
+    for (boost::filesystem::recursive_directory_iterator it(userData.path()), end; it != end; ++it)
+        EXPECT_FALSE(boost::filesystem::is_regular_file(it->path())) << it->path();
 }
 
 // One search shared by threads that all find the same compressed module at once: each

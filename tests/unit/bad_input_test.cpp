@@ -338,16 +338,18 @@ std::vector<EntryPoint> entryPoints() {
                  out += dirsOf(env->searchDirs(category), category, n);
              return out + " archive " + dirsOf(env->archiveDirs(scAllFiles), scAllFiles, n);
          }},
-        {"registerArchiveDir(NAME), registerCacheDir(NAME), createSearchEnv; "
-         "archiveFile(\"image\"); "
-         "archiveFile(NAME)",
+        {"registerArchiveDir(NAME), registerCacheDir(NAME) over \"kept\", createSearchEnv; "
+         "archiveFile(\"image\"); archiveFile(NAME)",
          true,
          [mgr](auto n) {
              ObjectPtr<IResolutionContext> c = freshContext();
-             mgr->registerArchiveDir(*c, n);
-             mgr->registerCacheDir(*c, n);
+             mgr->registerArchiveDir(*c, "kept");
+             mgr->registerCacheDir(*c, "kept");
+             const std::string calls = eachOf(
+                 {[&] { mgr->registerArchiveDir(*c, n); }, [&] { mgr->registerCacheDir(*c, n); }});
              ObjectPtr<ISearchEnv> env = mgr->createSearchEnv(*c, "c", nullptr);
-             return join("; ", {dirsOf(env->archiveDirs(scAllFiles), scAllFiles, n) + " cache " +
+             return join("; ", {calls,
+                                dirsOf(env->archiveDirs(scAllFiles), scAllFiles, n) + " cache " +
                                     named(env->cacheDir(), n),
                                 show(mgr->archiveFile(*c, "image", scAllFiles)),
                                 show(mgr->archiveFile(*c, n, scAllFiles))});

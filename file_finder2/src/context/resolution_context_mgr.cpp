@@ -11,6 +11,8 @@
 //      per-client settings.
 #include "context/resolution_context_mgr.h"
 
+#include <stdexcept>
+
 #include "base/log.h"
 #include "context/metadata.h"
 #include "ff_utils.h"
@@ -158,6 +160,8 @@ void ResolutionContextMgr::registerArchiveDir(IResolutionContext& context, const
     FF_TRACE_SCOPE(kLogSource,
                    "void ResolutionContextMgr::registerArchiveDir(IResolutionContext&, "
                    "const char*)");
+    // A null directory is refused like any null text, not taken as "none".
+    if (!dir) throw std::logic_error("registerArchiveDir: null directory");
     getMetadataForContext(context)->setArchiveDir(dir);
 }
 
@@ -165,6 +169,7 @@ void ResolutionContextMgr::registerCacheDir(IResolutionContext& context, const c
     FF_TRACE_SCOPE(kLogSource,
                    "void ResolutionContextMgr::registerCacheDir(IResolutionContext&, "
                    "const char*)");
+    if (!dir) throw std::logic_error("registerCacheDir: null directory");
     getMetadataForContext(context)->setCacheDir(dir);
 }
 

@@ -3,7 +3,8 @@
 // archiveFile keeps a file at <archive>/[<sub>/]<name>/<md5>/<name>:
 //   1. create each directory level that is missing;
 //   2. compute the file's MD5 (the digest names the version of the file);
-//   3. report an existing regular file at the target as already archived (6);
+//   3. report an existing regular file at the target as already archived (6), and a
+//      symbolic link there when it leads to a regular file of the same digest;
 //   4. copy into a temporary file beside the target, created exclusively and never
 //      through a symbolic link, and rename it into place without replacing anything, so
 //      that a crash or a full disk never leaves a torn file under the final name;
@@ -31,6 +32,19 @@ bool ensureDirectory(const std::string& dir) {
     return isDirectory(dir.c_str()) || createDir(dir.c_str()) || isDirectory(dir.c_str());
 }
 
+// A regular file under the final name is the archived copy. So is a symbolic link to a
+// regular file with the digest the path names (an archive arranged by hand, or shared
+// between machines): its content is what would be copied. A link to anything else, or
+// to other bytes, is left alone and refused.
+bool holdsArchivedCopy(const std::string& target, const IChecksum& md5) {
+    if (posix::isRegularFileNoFollow(target.c_str())) return true;
+    if (!posix::isLinkToRegularFile(target.c_str())) return false;
+    ObjectPtr<IChecksumCalculator> calculator = IChecksumCalculator::create();
+    ObjectPtr<IChecksum> linked =
+        calculator ? calculator->calculateChecksum(target.c_str(), ctMD5) : ObjectPtr<IChecksum>();
+    return linked && linked->isEqualTo(md5);
+}
+
 }  // namespace
 
 unsigned int archiveFile(const char* file, const char* archiveDir, const char* subDir,
@@ -56,14 +70,13 @@ unsigned int archiveFile(const char* file, const char* archiveDir, const char* s
 
     const std::string target = addSubPart(path.c_str(), name.c_str());
     archivedPath = target;
-    if (posix::isRegularFileNoFollow(target.c_str())) return kArchiveAlreadyThere;
+    if (holdsArchivedCopy(target, *md5)) return kArchiveAlreadyThere;
 
     switch (posix::copyFileIntoPlace(file, target.c_str())) {
         case posix::CopyResult::done:
             break;
         case posix::CopyResult::targetExists:  // another thread or process was faster
-            return posix::isRegularFileNoFollow(target.c_str()) ? kArchiveAlreadyThere
-                                                                : kArchiveCopyFailed;
+            return holdsArchivedCopy(target, *md5) ? kArchiveAlreadyThere : kArchiveCopyFailed;
         case posix::CopyResult::failed:
             return kArchiveCopyFailed;
     }

@@ -44,6 +44,8 @@ bool loginName(std::string& name);
 
 /// True when `path` itself (not what a symbolic link points to) is a regular file.
 bool isRegularFileNoFollow(const char* path);
+/// True when `path` is a symbolic link that leads to a regular file.
+bool isLinkToRegularFile(const char* path);
 
 /// Creates one directory with mode 0700; false when it exists or cannot be made.
 bool makePrivateDirectory(const char* path);

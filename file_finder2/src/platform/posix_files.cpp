@@ -89,6 +89,12 @@ bool isRegularFileNoFollow(const char* path) {
     return path && ::lstat(path, &st) == 0 && S_ISREG(st.st_mode);
 }
 
+bool isLinkToRegularFile(const char* path) {
+    struct stat link, st;
+    return path && ::lstat(path, &link) == 0 && S_ISLNK(link.st_mode) && ::stat(path, &st) == 0 &&
+           S_ISREG(st.st_mode);
+}
+
 bool makePrivateDirectory(const char* path) {
     return path && ::mkdir(path, 0700) == 0;
 }

@@ -1,6 +1,9 @@
 // Search strategies for binaries, symbol files and source files.
 #include "search/search_strategies.h"
 
+#include <stdlib.h>
+
+#include <boost/filesystem/operations.hpp>
 #include <boost/filesystem/path.hpp>
 #include <cstring>
 
@@ -45,6 +48,30 @@ bool isInsideDirectory(const std::string& path, const std::string& dir) {
     return normal.size() > base.size() + 1 && normal.compare(0, base.size(), base) == 0 &&
            normal[base.size()] == '/';
 }
+
+// A private directory made inside the search's temporary directory for one fetch, and
+// removed with whatever the fetch left in it.
+class FetchDirectory {
+public:
+    explicit FetchDirectory(const std::string& tempDir) {
+        std::string pattern = tempDir + "/fetch-XXXXXX";
+        if (::mkdtemp(&pattern[0]))
+            m_path = pattern;  // mode 0700
+        else
+            FF_LOG_ERROR(kLogSource, "Cannot create a fetch directory in " << tempDir);
+    }
+    ~FetchDirectory() {
+        if (m_path.empty()) return;
+        boost::system::error_code ignored;  // the search's directory goes at the end anyway
+        boost::filesystem::remove_all(m_path, ignored);
+    }
+    FetchDirectory(const FetchDirectory&) = delete;
+    FetchDirectory& operator=(const FetchDirectory&) = delete;
+    const std::string& path() const { return m_path; }
+
+private:
+    std::string m_path;
+};
 
 }  // namespace
 
@@ -368,21 +395,23 @@ bool fetchRemoteFile(ISearchEnv& env, const std::string& tempDir, const std::str
     IFileRetriever* retriever = env.fileRetriever();
     if (tempDir.empty() || !retriever) return false;
 
-    // A recorded name is untrusted: it must not lead the copy, or the clean-up after a
-    // failed archiving, out of the search's private directory.
-    const std::string localCopy = utils::addSubPart(tempDir.c_str(), remoteName.c_str());
-    if (!isInsideDirectory(localCopy, tempDir)) {
+    // Threads sharing the search may fetch the same name at once: each fetch writes into
+    // a private directory of its own, so no copy is archived while another thread still
+    // writes it, and none vanishes under a thread that is about to archive it.
+    const FetchDirectory fetchDir(tempDir);
+    if (fetchDir.path().empty()) return false;
+    // A recorded name is untrusted: it must not lead the copy out of that directory.
+    const std::string fetchedCopy = utils::addSubPart(fetchDir.path().c_str(), remoteName.c_str());
+    if (!isInsideDirectory(fetchedCopy, fetchDir.path())) {
         FF_LOG_ERROR(kLogSource, "Remote name leaves the temporary directory: " << remoteName);
         return false;
     }
-    if (retriever->retrieve(remoteName.c_str(), tempDir.c_str()) != 0) return false;
+    if (retriever->retrieve(remoteName.c_str(), fetchDir.path().c_str()) != 0) return false;
 
+    // Already cached (6), by this thread or another: the copy is a duplicate.
     const unsigned int archived =
-        utils::archiveFile(localCopy.c_str(), cacheDir, nullptr, localName, true);
-    if (archived == utils::kArchiveDone) return true;
-    // Already cached (6): the fetched copy is a duplicate; any failure: it is useless.
-    utils::removeFile(localCopy.c_str());
-    return archived == utils::kArchiveAlreadyThere;
+        utils::archiveFile(fetchedCopy.c_str(), cacheDir, nullptr, localName, true);
+    return archived == utils::kArchiveDone || archived == utils::kArchiveAlreadyThere;
 }
 
 }  // namespace FF_2_13

@@ -136,10 +136,11 @@ public:
 };
 
 /// Copies `remoteName` from the remote system (through the environment's file retriever)
-/// into `tempDir`, then archives it into the environment's cache directory, which is
-/// where later searches find it again; `localName` receives the cached copy's path.
-/// False when there is no cache directory (logged), no temporary directory or retriever,
-/// when the name would leave `tempDir`, or on any failure.
+/// into a private directory of its own inside `tempDir`, then archives it into the
+/// environment's cache directory, where later searches find it again; `localName`
+/// receives the cached copy's path. False when there is no cache directory (logged), no
+/// temporary directory or retriever, when the name would leave that directory, or on any
+/// failure.
 bool fetchRemoteFile(ISearchEnv& env, const std::string& tempDir, const std::string& remoteName,
                      std::string& localName);
 

@@ -57,7 +57,7 @@ ObjectPtr<IValidatedFile> Validator::validateInternal(const char* name, unsigned
     const search_step_t searchStep = static_cast<search_step_t>(step & 0xffffu);
 
     if (searchStep == ssCacheSearchDir && m_fileRetriever) {
-        if (!m_remoteChecksum) fetchRemoteChecksum();
+        if (!m_remoteChecksumAsked) fetchRemoteChecksum();
         if (m_remoteChecksum && differsFromRemoteChecksum(name)) {
             FF_LOG_INFO(kLogSource, "Checksum mismatch with the remote file: " << name);
             return rejected(name, svHard, remoteMismatchMessage(name).c_str(), searchStep);
@@ -80,14 +80,16 @@ ObjectPtr<IValidatedFile> Validator::validateInternal(const char* name, unsigned
 }
 
 void Validator::fetchRemoteChecksum() {
+    m_remoteChecksumAsked = true;
     // The remote system knows files by the name the client asked for, not by where a
-    // candidate was found. Only absolute Linux names (after repairing backslashes) and
-    // the bare kernel image name mean something there.
+    // candidate was found. The retriever is asked once per search: its answer, or its
+    // failure, holds for every candidate. Only absolute Linux names (after repairing backslashes)
+    // and the bare kernel image name mean something there.
     std::string remoteName = m_requestedName;
     const bool linuxName = fixLinuxName(remoteName);
     if (!linuxName && !utils::isAbsolutePath(remoteName.c_str()) && remoteName != VMLINUX) return;
     ObjectPtr<IChecksum> fetched;
-    // Kept only on success: a failed fetch is tried again with the next candidate.
+    // What a failed fetch left in the holder is not trusted.
     if (m_fileRetriever->retrieveChecksum(remoteName.c_str(), fetched) == 0 && fetched)
         m_remoteChecksum = fetched;
 }

@@ -4,9 +4,10 @@
 //   1. in the cache step only (the low 16 bits of `step` are 128) and with a file
 //      retriever: compares the candidate's checksum with the one recorded on the remote
 //      system for the requested name; a mismatch rejects at once (severity 0), a match
-//      goes on to 2. The remote checksum is fetched on the first cache-step candidate whose
-//      requested name allows it (an absolute Linux name, or "vmlinux") and kept; a failed
-//      fetch is tried again on the next one.
+//      goes on to 2. The remote checksum is asked for once, on the first cache-step
+//      candidate, when the requested name allows it (an absolute Linux name, or
+//      "vmlinux"); it is kept only when the fetch succeeds, and a failed fetch is not
+//      repeated for the later candidates.
 //   2. the built-in checks and the client's callback (ValidatorCallbackDecorator);
 //   3. valid (0): accepted with confidence 0; invalid (1): rejected with the severity and
 //      message the checks set; undecided: the confidence-level policy decides (0 and 1
@@ -73,6 +74,7 @@ private:
     IConfidenceLevelPolicyCallback& m_confidencePolicy;
     search_category_t m_category;
     ObjectPtr<IChecksum> m_remoteChecksum;
+    bool m_remoteChecksumAsked = false;
     IFileRetriever* m_fileRetriever;
     std::string m_requestedName;
 };
