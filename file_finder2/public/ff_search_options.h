@@ -60,7 +60,9 @@ public:
 
     /// A remote source asked by build-id for what no step found (ff_remote_source.h), after
     /// the system directories; its file is validated like any other and reported with the
-    /// step ssRemoteSource. Empty (the default): the search never leaves this machine. Kept
+    /// step ssRemoteSource. It is asked once the search has gone past every configured step:
+    /// when nothing acceptable was found, or when a files-found callback reads past the
+    /// files the steps found. Empty (the default): the search never leaves this machine. Kept
     /// by reference: the source is shared by every search made with the options.
     virtual void setRemoteSource(const ObjectPtr<IRemoteSource>& source) = 0;
     virtual ObjectPtr<IRemoteSource> remoteSource() const = 0;
