@@ -305,6 +305,15 @@ TEST_F(Debuginfod, CommandMarksFetchedFilesAndExitsOneWhenTheServerIsDown) {
         EXPECT_EQ("debuginfod", row.at("step"));
         EXPECT_EQ(0u, row.at("server").get<std::string>().rfind(server.url(), 0)) << out;
         EXPECT_TRUE(readFile(app.debugFile) == readFile(row.at("found").get<std::string>()));
+        // resolve fetches what a manifest asks for through its pool.
+        const Build other = buildProgram(dir, "other", 5);
+        dir.makeFile("run.tsv", "sym\tapp.debug\t" + app.stripped + "\nsym\tother.debug\t" +
+                                    other.stripped + "\n");
+        ASSERT_EQ(1, command("resolve --manifest run.tsv --json", out,
+                             "DEBUGINFOD_URLS=" + shellQuoted(server.url())));
+        const nlohmann::json rows = nlohmann::json::parse(out);
+        EXPECT_EQ("debuginfod", rows.at(0).at("step")) << out;
+        EXPECT_EQ("not found on any server", rows.at(1).at("debuginfod")) << out;
         // --no-debuginfod: nothing local, so nothing at all.
         EXPECT_EQ(1, command(sym + " --no-debuginfod", out,
                              "DEBUGINFOD_URLS=" + shellQuoted(server.url())));
