@@ -12,7 +12,7 @@ set -euo pipefail
 packages=(
   g++-multilib
   libboost-filesystem-dev:i386 liblog4cplus-dev:i386 zlib1g-dev:i386 libssl-dev:i386
-  libelf-dev:i386 libdw-dev:i386
+  libelf-dev:i386 libdw-dev:i386 libdebuginfod-dev:i386
   libgtest-dev:i386 libgmock-dev:i386
   liblzma-dev:i386 libbz2-dev:i386 liblz4-dev:i386 libzstd-dev:i386
 )

@@ -18,6 +18,7 @@ packages=(
   libboost-filesystem-dev liblog4cplus-dev zlib1g-dev libssl-dev libelf-dev libdw-dev
   libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev nlohmann-json3-dev
   liblzma-dev libbz2-dev liblz4-dev libzstd-dev xz-utils bzip2 lz4 zstd
+  libdebuginfod-dev debuginfod
 )
 
 die() { echo "i386-root.sh: $*" >&2; exit 1; }

@@ -12,6 +12,8 @@ packages=(
   clang libclang-rt-14-dev binutils
   # ./test.sh's memcheck pass; llvm-symbolizer (llvm) names the frames of fuzzer crashes
   valgrind llvm
+  # optional remote source: the client library, and a real server for its tests
+  libdebuginfod-dev debuginfod
 )
 # Extra groups a caller may ask for: `install-deps.sh bench` and so on.
 for group in "$@"; do

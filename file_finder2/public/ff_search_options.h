@@ -19,6 +19,7 @@
 
 #include "ff_export.h"
 #include "ff_object.h"
+#include "ff_remote_source.h"
 
 namespace FF_2_13 {
 
@@ -56,6 +57,15 @@ public:
     virtual void setSystemRoot(const char* dir) = 0;
     /// Never null.
     virtual const char* systemRoot() const = 0;
+
+    /// A remote source asked by build-id for what no step found (ff_remote_source.h), after
+    /// the system directories; its file is validated like any other and reported with the
+    /// step ssRemoteSource. It is asked once the search has gone past every configured step:
+    /// when nothing acceptable was found, or when a files-found callback reads past the
+    /// files the steps found. Empty (the default): the search never leaves this machine. Kept
+    /// by reference: the source is shared by every search made with the options.
+    virtual void setRemoteSource(const ObjectPtr<IRemoteSource>& source) = 0;
+    virtual ObjectPtr<IRemoteSource> remoteSource() const = 0;
 
     static ObjectPtr<ISearchOptions> create();
 };

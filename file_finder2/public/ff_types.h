@@ -41,7 +41,10 @@ enum search_step_t : unsigned int {
     ssLowPrioritySearchDirs = 16,
     ssSystemDirs = 32,
     ssAskUser = 64,
-    ssCacheSearchDir = 128
+    ssCacheSearchDir = 128,
+    /// A remote source's file (ff_remote_source.h): never in a mask, never configured; only a
+    /// search with a remote source installed reports it.
+    ssRemoteSource = 256
 };
 
 enum checksum_type_t : int {

@@ -28,6 +28,7 @@
 #include "ff_searchenv.h"
 #include "ff_persistent_dirs.h"
 #include "ff_cmdline_dirs.h"
+#include "ff_remote_source.h"
 #include "ff_search_options.h"
 #include "ff_search.h"
 #include "ff_context.h"

@@ -2,7 +2,9 @@
 // history while other threads register and replace search directories, replace and destroy
 // files-found callbacks, capture and release the client's directories, and add and clear
 // history entries. A wrong file is never acceptable; a watchdog reports each thread's last
-// position when no thread makes progress for a long while. Built with ThreadSanitizer by
+// position when no thread makes progress for a long while. Some searches ask for files by
+// build-id, which only a remote source shared by their searches has (every other build-id
+// is a miss). Built with ThreadSanitizer by
 // ./test.sh, where any race report fails the run.
 //   search_stress [SECONDS] [SEARCHES_PER_THREAD]     (defaults: 20 s, 400)
 #include <file_finder.h>
@@ -64,6 +66,27 @@ private:
     std::atomic<int> m_inCall{0};
 };
 
+// Has the files of the even build-ids ("be00", "be02", ...), in its own directory.
+class StubRemote : public RefCountImpl<IRemoteSource> {
+public:
+    explicit StubRemote(const fs::path& dir) : m_dir(dir) {}
+    ObjectPtr<IRemoteFile> fetch(remote_file_kind_t kind, const char* buildId,
+                                 const char*) override {
+        const fs::path file = m_dir / buildId;
+        if (kind != rfExecutable || !fs::exists(file)) return IRemoteFile::missed("not here");
+        return IRemoteFile::found(file.c_str(), "stub");
+    }
+
+private:
+    const fs::path m_dir;
+};
+
+std::string stubBuildId(int i) {
+    char id[5];
+    std::snprintf(id, sizeof id, "be%02x", i);
+    return id;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -78,6 +101,8 @@ int main(int argc, char** argv) {
         paths.push_back((dir / names.back()).string());
         std::ofstream(paths.back()) << "file " << i;
     }
+    fs::create_directories(work / "remote");
+    for (int i = 0; i < kFiles; i += 2) std::ofstream((work / "remote" / stubBuildId(i)).string());
     fs::create_directories(work / "tree/d0/loop");
     fs::create_symlink(work / "tree", work / "tree/d0/loop/back");  // a loop to an ancestor
 
@@ -95,6 +120,10 @@ int main(int argc, char** argv) {
         project, ObjectPtr<IEditableSearchDirContainer>(), history);
     manipulator->setSearchStartedBehavior(kClient, ssbSuggestRememberedAndSearch);
     ObjectPtr<IFileSearch> shared = manager->createFileSearch(*project, kClient, nullptr);
+    ObjectPtr<ISearchOptions> remoteOptions = ISearchOptions::create();
+    remoteOptions->setRemoteSource(ObjectPtr<IRemoteSource>(new StubRemote(work / "remote")));
+    ObjectPtr<IFileSearch> remote = IFileSearch::create(
+        manager->createSearchEnv(*project, kClient, ObjectPtr<IEnvironmentInfo>()), remoteOptions);
 
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
     std::vector<std::thread> threads;
@@ -105,6 +134,22 @@ int main(int argc, char** argv) {
             for (int n = 0; n < perThread; ++n) {
                 const int i = static_cast<int>(random() % kFiles);
                 try {
+                    if (t % 4 == 3 && n % 2) {
+                        at.what = "searching by build-id through the remote source";
+                        const std::string id = stubBuildId(i);
+                        const std::string name = ".build-id/be/" + id.substr(2);
+                        ObjectPtr<IValidFile> found =
+                            remote->findBinFile(name.c_str(), nullptr, nullptr, 0);
+                        ++g_searches;
+                        ++g_progress;
+                        const std::string expected = i % 2 ? "" : (work / "remote" / id).string();
+                        if (expected != (found ? found->name() : "")) {
+                            ++g_wrong;
+                            std::fprintf(stderr, "wrong result for %s: %s\n", name.c_str(),
+                                         found ? found->name() : "nothing");
+                        }
+                        continue;
+                    }
                     ObjectPtr<IFileSearch> search = shared;
                     if (t % 2) {
                         at.what = "creating a FileSearch through the manager";
@@ -202,6 +247,7 @@ int main(int argc, char** argv) {
     std::printf("searches: %ld, callbacks destroyed mid-search: %ld, wrong results: %ld\n",
                 g_searches.load(), g_destroyedMidSearch.load(), g_wrong.load());
     shared = ObjectPtr<IFileSearch>();
+    remote = ObjectPtr<IFileSearch>();
     manipulator = ObjectPtr<ISearchManipulator>();
     boost::system::error_code ignored;  // the temporary tree goes, whatever is left in it
     fs::remove_all(work, ignored);

@@ -18,6 +18,7 @@
 #include "core/resolver.h"
 #include "core/search_options.h"
 #include "core/search_report.h"
+#include "core/transfer_progress.h"
 
 namespace ffcli {
 
@@ -49,16 +50,40 @@ struct ResolveCommand {
     std::string manifest;
 };
 
+// Transfers at a time when a run fetches from debuginfod servers: enough to hide the
+// round trips of a process's modules, few enough to spare the servers.
+constexpr unsigned kFetchThreads = 4;
+
 // Steps 3 and 4 for requests gathered by `gather`.
 int answerAndPrint(const SearchSettings& settings, bool json,
                    const std::function<std::vector<ResolveRow>(Resolver&)>& gather) {
-    std::unique_ptr<FileLocator> locator = makeLibraryLocator(settings);
+    TransferProgress transfers;
+    FF_2_13::ObjectPtr<RemoteFetches> remote;
+    if (settings.debuginfodUrls) {
+        FF_2_13::ObjectPtr<FF_2_13::IDebuginfodSource> debuginfod =
+            FF_2_13::IDebuginfodSource::create();
+        debuginfod->setUrls(settings.debuginfodUrls->c_str());
+        debuginfod->setProgressCallback(&transfers);
+        remote = FF_2_13::ObjectPtr<RemoteFetches>(new RemoteFetches(debuginfod));
+    }
+    std::unique_ptr<FileLocator> locator = makeLibraryLocator(settings, remote);
+    if (remote) {
+        // A first, local run notes what the servers will be asked; it is all fetched at
+        // once, and the real run finds it in the memo.
+        remote->setRecordOnly(true);
+        Resolver local(*locator);
+        gather(local);
+        remote->setRecordOnly(false);
+        remote->fetchRecorded(kFetchThreads);
+        transfers.done();
+    }
     ProgressLine progress;
     Resolver resolver(*locator, [&progress](std::size_t done, std::size_t total) {
         progress.update(done, total);
     });
     const std::vector<ResolveRow> rows = gather(resolver);
     progress.done();
+    transfers.done();
     if (json)
         std::cout << toJson(rows).dump(2) << '\n';
     else

@@ -6,7 +6,8 @@
 //   │                      rejected candidates for the report
 //   └ result directory     --result-dir: the result's own directories and archive
 //
-// The search has every kernel option on (ff_search_options.h), and --system-root.
+// The search has every kernel option on (ff_search_options.h), --system-root, and the
+// remote source of --debuginfod.
 #include "core/file_locator.h"
 
 #include <file_finder.h>
@@ -57,8 +58,9 @@ private:
 
 class LibraryLocator : public FileLocator {
 public:
-    explicit LibraryLocator(const SearchSettings& settings)
-        : m_manager(IResolutionContextMgr::create()),
+    LibraryLocator(const SearchSettings& settings, const ObjectPtr<RemoteFetches>& remote)
+        : m_remote(remote),
+          m_manager(IResolutionContextMgr::create()),
           m_calculator(IChecksumCalculator::create()),
           m_identityCheck(settings.identityCheck) {
         ObjectPtr<IResolutionContext> user = m_manager->createUserWideContext();
@@ -100,6 +102,7 @@ public:
         options->setRecordedKernelNames(true);
         options->setUnpackedKernelsOnly(true);
         options->setSystemRoot(settings.systemRoot.c_str());
+        if (m_remote) options->setRemoteSource(m_remote);
         m_search = IFileSearch::create(
             m_manager->createSearchEnv(*searchFrom, kClientId, ObjectPtr<IEnvironmentInfo>()),
             options);
@@ -156,6 +159,13 @@ public:
             outcome.confidence = found->confidence();
             outcome.step = found->searchStep();
         }
+        if (ObjectPtr<IRemoteFile> fetched =
+                m_remote ? m_remote->takeLastAnswer() : ObjectPtr<IRemoteFile>()) {
+            if (outcome.step == ssRemoteSource)
+                outcome.server = m_remote->originOf(outcome.path);
+            else if (!outcome.found())
+                outcome.serverMiss = fetched->reason();
+        }
         return outcome;
     }
 
@@ -177,6 +187,7 @@ private:
         return nullptr;
     }
 
+    ObjectPtr<RemoteFetches> m_remote;
     ObjectPtr<IResolutionContextMgr> m_manager;
     ObjectPtr<IChecksumCalculator> m_calculator;
     const bool m_identityCheck;
@@ -186,8 +197,9 @@ private:
 
 }  // namespace
 
-std::unique_ptr<FileLocator> makeLibraryLocator(const SearchSettings& settings) {
-    return std::make_unique<LibraryLocator>(settings);
+std::unique_ptr<FileLocator> makeLibraryLocator(const SearchSettings& settings,
+                                                const ObjectPtr<RemoteFetches>& remote) {
+    return std::make_unique<LibraryLocator>(settings, remote);
 }
 
 }  // namespace ffcli

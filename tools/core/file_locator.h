@@ -7,12 +7,15 @@
 
 #include <memory>
 
+#include "core/remote_fetches.h"
 #include "core/search_options.h"
 #include "core/search_request.h"
 
 namespace ffcli {
 
-/// The locator for `settings`.
-std::unique_ptr<FileLocator> makeLibraryLocator(const SearchSettings& settings);
+/// The locator for `settings`; `remote` (may be empty) is asked for what no step found.
+std::unique_ptr<FileLocator> makeLibraryLocator(
+    const SearchSettings& settings,
+    const FF_2_13::ObjectPtr<RemoteFetches>& remote = FF_2_13::ObjectPtr<RemoteFetches>());
 
 }  // namespace ffcli

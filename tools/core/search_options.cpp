@@ -1,5 +1,6 @@
 #include "core/search_options.h"
 
+#include <cstdlib>
 #include <filesystem>
 
 namespace ffcli {
@@ -48,6 +49,15 @@ void addSearchOptions(CLI::App& command, SearchOptions& options) {
                  "Take the system directories (/lib/modules, /boot, /usr/lib/debug...) under "
                  "DIR, e.g. an unpacked package or another machine's file system");
     command.add_flag("--json", options.json, "Print a JSON array instead of the table");
+    CLI::Option* debuginfod =
+        command
+            .add_option("--debuginfod", options.debuginfodUrls,
+                        "Fetch what no step found, by build-id, from the debuginfod server URL "
+                        "(repeatable; the default: the servers of DEBUGINFOD_URLS when it is set)")
+            ->type_name("URL")
+            ->allow_extra_args(false);
+    command.add_flag("--no-debuginfod", options.noDebuginfod, "Never ask a debuginfod server")
+        ->excludes(debuginfod);
 }
 
 bool makeSearchSettings(const SearchOptions& options, SearchSettings& settings,
@@ -80,6 +90,14 @@ bool makeSearchSettings(const SearchOptions& options, SearchSettings& settings,
     if (!options.systemRoot.empty())
         parsed.systemRoot =
             std::filesystem::absolute(options.systemRoot).lexically_normal().string();
+    if (!options.noDebuginfod) {
+        std::string urls;
+        for (const std::string& url : options.debuginfodUrls)
+            urls += (urls.empty() ? "" : " ") + url;
+        const char* environment = std::getenv("DEBUGINFOD_URLS");
+        if (urls.empty() && environment) urls = environment;
+        if (urls.find_first_not_of(' ') != std::string::npos) parsed.debuginfodUrls = urls;
+    }
     settings = parsed;
     return true;
 }

@@ -14,8 +14,11 @@
 //   --no-identity-check    accept binaries and symbol files of other builds (ff_identity.h)
 //   --system-root DIR      the system directories under DIR (/lib/modules, /boot...)
 //   --json                 a JSON array instead of the table
+//   --debuginfod URL       fetch what no step found from debuginfod servers (repeatable;
+//                          the default: DEBUGINFOD_URLS when set); --no-debuginfod: never
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -38,6 +41,8 @@ struct SearchOptions {
     bool noIdentityCheck = false;
     std::string systemRoot;
     bool json = false;
+    std::vector<std::string> debuginfodUrls;
+    bool noDebuginfod = false;
 };
 
 /// The options checked and parsed.
@@ -55,6 +60,8 @@ struct SearchSettings {
     StepChanges steps;
     /// Hold binaries and symbol files to the identity of their binary.
     bool identityCheck = true;
+    /// The debuginfod servers, space-separated; none: no remote fetching.
+    std::optional<std::string> debuginfodUrls;
 };
 
 /// Adds the options above to `command`, storing into `options`.

@@ -69,6 +69,7 @@ nlohmann::ordered_json toJson(const std::vector<ResolveRow>& rows) {
             json["found"] = jsonName(outcome.path);
             json["confidence"] = confidenceWord(outcome.confidence);
             json["step"] = stepWord(outcome.step);
+            if (outcome.step == FF_2_13::ssRemoteSource) json["server"] = jsonName(outcome.server);
         } else {
             json["found"] = nullptr;
             json["confidence"] = nullptr;
@@ -83,6 +84,7 @@ nlohmann::ordered_json toJson(const std::vector<ResolveRow>& rows) {
                 json["otherNames"].push_back(jsonName(name));
         }
         if (!outcome.error.empty()) json["error"] = jsonName(outcome.error);
+        if (!outcome.serverMiss.empty()) json["debuginfod"] = jsonName(outcome.serverMiss);
         if (row.load) {
             json["buildId"] = row.load->buildId.empty() ? nlohmann::ordered_json()
                                                         : nlohmann::ordered_json(row.load->buildId);
@@ -143,6 +145,13 @@ void writeTable(std::ostream& out, const std::vector<ResolveRow>& rows) {
                 << "): " << printable(rejection.message) << '\n';
         if (!row.outcome.error.empty())
             out << indent << "error: " << printable(row.outcome.error) << '\n';
+        if (row.outcome.step == FF_2_13::ssRemoteSource && row.outcome.found())
+            out << indent << "fetched from "
+                << (row.outcome.server.empty() ? "the debuginfod cache"
+                                               : printable(row.outcome.server))
+                << '\n';
+        if (!row.outcome.serverMiss.empty())
+            out << indent << "debuginfod: " << printable(row.outcome.serverMiss) << '\n';
     }
 }
 

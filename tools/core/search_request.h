@@ -84,6 +84,10 @@ struct Outcome {
     /// Set when the search itself failed (a directory that could not be listed, a file
     /// that vanished): the request is unanswered, not answered "no".
     std::string error;
+    /// With a debuginfod server: the server the file was fetched from (when it was and the
+    /// server is known), or why nothing was fetched.
+    std::string server;
+    std::string serverMiss;
 
     bool found() const { return !path.empty(); }
 };

@@ -19,12 +19,13 @@ constexpr StepWord kStepWords[] = {
     {FF_2_13::ssLowPrioritySearchDirs, "low-priority"},
     {FF_2_13::ssSystemDirs, "system"},
     {FF_2_13::ssAskUser, "suggested"},
+    {FF_2_13::ssRemoteSource, "debuginfod"},
 };
 
 std::string walkedStepWords() {
     std::string words;
     for (const StepWord& entry : kStepWords) {
-        if (entry.step == FF_2_13::ssAskUser) continue;
+        if (entry.step == FF_2_13::ssAskUser || entry.step == FF_2_13::ssRemoteSource) continue;
         if (!words.empty()) words += ", ";
         words += entry.word;
     }
@@ -76,7 +77,9 @@ bool parseStepChanges(const std::string& text, StepChanges& changes, std::string
         }
         const StepWord* match = nullptr;
         for (const StepWord& entry : kStepWords)
-            if (entry.step != FF_2_13::ssAskUser && item == entry.word) match = &entry;
+            if (entry.step != FF_2_13::ssAskUser && entry.step != FF_2_13::ssRemoteSource &&
+                item == entry.word)
+                match = &entry;
         if (!match) {
             error = (item.empty() ? std::string("an empty step") : "unknown step '" + item + "'") +
                     " in '" + text + "'; the steps are " + walkedStepWords();

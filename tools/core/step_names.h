@@ -5,7 +5,9 @@
 //
 //   archive  high-priority  cache  absolute-name  around-binary  low-priority  system
 //
-// (in the order a search walks them), and "suggested" for a file the client suggested.
+// (in the order a search walks them), "suggested" for a file the client suggested, and
+// "debuginfod" for a file fetched from a debuginfod server (never a --steps word: the
+// server is asked after every step, with --debuginfod).
 //
 //   StepChanges changes;
 //   std::string error;

@@ -129,6 +129,8 @@ std::string dump(search_step_t step) {
             return "ssAskUser";
         case ssCacheSearchDir:
             return "ssCacheSearchDir";
+        case ssRemoteSource:
+            break;  // no configurable step: its traces read as they always have
     }
     return "Unknown search step";
 }

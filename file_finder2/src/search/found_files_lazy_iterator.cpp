@@ -71,6 +71,12 @@ ObjectPtr<IValidFile> FoundFilesLazyIterator::next() {
 
     search_step_t step;
     if (!m_steps || !m_steps->current(step)) {
+        // The remote source is no configured step: it comes once, after all of them.
+        if (m_options.remoteSource && !m_remoteAsked) {
+            m_remoteAsked = true;
+            m_strategy.findInRemoteSource(*this);
+            return next();
+        }
         FF_LOG_INFO(kLogSource, "Nothing found");
         return ObjectPtr<IValidFile>();
     }

@@ -96,6 +96,7 @@ private:
     std::list<ObjectPtr<IValidFile>>::iterator m_current;
     ObjectPtr<ISearchStepsIterator> m_steps;
     const SearchOptionValues& m_options;
+    bool m_remoteAsked = false;
 };
 
 }  // namespace FF_2_13

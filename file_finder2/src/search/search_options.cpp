@@ -23,6 +23,7 @@ SearchOptionValues SearchOptionValues::of(const ObjectPtr<ISearchOptions>& optio
     BasicSearchOptions normalised;
     normalised.setSystemRoot(options->systemRoot());
     values.systemRoot = normalised.values().systemRoot;
+    values.remoteSource = options->remoteSource();
     return values;
 }
 

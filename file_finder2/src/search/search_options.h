@@ -13,7 +13,8 @@ namespace FF_2_13 {
 struct SearchOptionValues {
     bool recordedKernelNames = false;
     bool unpackedKernelsOnly = false;
-    std::string systemRoot;  ///< "" for this machine's root
+    std::string systemRoot;                 ///< "" for this machine's root
+    ObjectPtr<IRemoteSource> remoteSource;  ///< empty: no remote step
 
     /// The values of `options`; the defaults for null.
     static SearchOptionValues of(const ObjectPtr<ISearchOptions>& options);
@@ -33,6 +34,11 @@ public:
     bool unpackedKernelsOnly() const override { return m_values.unpackedKernelsOnly; }
     void setSystemRoot(const char* dir) override;
     const char* systemRoot() const override { return m_values.systemRoot.c_str(); }
+
+    void setRemoteSource(const ObjectPtr<IRemoteSource>& source) override {
+        m_values.remoteSource = source;
+    }
+    ObjectPtr<IRemoteSource> remoteSource() const override { return m_values.remoteSource; }
 
     const SearchOptionValues& values() const { return m_values; }
 

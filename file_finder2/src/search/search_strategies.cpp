@@ -13,6 +13,7 @@
 #include "files/kernel_module_names.h"
 #include "files/linux_names.h"
 #include "platform/posix.h"
+#include "remote/remote_request.h"
 #include "search/files_finder.h"
 
 namespace FF_2_13 {
@@ -80,7 +81,7 @@ private:
 
 BasicFileSearchStrategy::BasicFileSearchStrategy(ISearchEnv* env, const SearchRequest& request,
                                                  const SearchOptionValues& options)
-    : m_env(env), m_fileName(request.fileName), m_options(options) {
+    : m_env(env), m_fileName(request.fileName), m_options(options), m_request(request) {
     if (options.recordedKernelNames && request.category != scSourceFiles)
         m_names = moduleFileNames(request.fileName);
 }
@@ -197,6 +198,21 @@ bool BasicFileSearchStrategy::findInCacheDir(ISearchResultsContainer& results) {
         finder.addSearchDirectory(cacheDir, true);
         return finder.find(baseName.c_str(), results);
     });
+}
+
+bool BasicFileSearchStrategy::findInRemoteSource(ISearchResultsContainer& results) {
+    if (!m_options.remoteSource) return false;
+    const std::optional<RemoteRequest> remote = remoteRequestOf(m_request);
+    if (!remote) {
+        FF_LOG_INFO(kLogSource, "Remote source not asked: no build-id known for " << m_fileName);
+        return false;
+    }
+    ObjectPtr<IRemoteFile> file = fetchFrom(*m_options.remoteSource, *remote);
+    if (!*file->path()) {
+        FF_LOG_INFO(kLogSource, "Remote source: " << m_fileName << ": " << file->reason());
+        return false;
+    }
+    return results.validateAndAdd(file->path(), ssRemoteSource);
 }
 
 bool BasicFileSearchStrategy::findInSystemDirs(ISearchResultsContainer& results) {

@@ -33,6 +33,8 @@ public:
     virtual bool findInLowPriorityDirs(ISearchResultsContainer& results) = 0;
     virtual bool findInSystemDirs(ISearchResultsContainer& results) = 0;
     virtual bool findInCacheDir(ISearchResultsContainer& results) = 0;
+    /// Asks the options' remote source, after every configured step.
+    virtual bool findInRemoteSource(ISearchResultsContainer& results) = 0;
     virtual const char* fileToSearch() = 0;
     virtual search_category_t getCategorySpecific() = 0;
     virtual void fillSystemDirs(ISearchDirectoryContainer& dirs) = 0;
@@ -55,6 +57,7 @@ public:
     bool findInLowPriorityDirs(ISearchResultsContainer& results) override;
     bool findInSystemDirs(ISearchResultsContainer& results) override;
     bool findInCacheDir(ISearchResultsContainer& results) override;
+    bool findInRemoteSource(ISearchResultsContainer& results) override;
     const char* fileToSearch() override { return m_fileName; }
 
 protected:
@@ -80,6 +83,7 @@ protected:
     ISearchEnv* m_env;
     const char* m_fileName;
     const SearchOptionValues& m_options;
+    const SearchRequest m_request;
 
 private:
     /// With the recorded kernel names option, the requested name and its other spellings.

@@ -1,0 +1,259 @@
+// The debuginfod remote source, over libdebuginfod.
+//
+// libdebuginfod reads its servers and its timeout from the environment (DEBUGINFOD_URLS,
+// DEBUGINFOD_TIMEOUT) when a query starts, and has no other way to be told. A source with
+// settings of its own therefore writes them into the environment; queries that want the
+// environment as it stands run together under a shared lock, and a change of the
+// environment waits for them to end. A client handle belongs to one thread: each fetch
+// makes its own.
+#include <atomic>
+#include <cctype>
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <shared_mutex>
+#include <string>
+
+#include "base/log.h"
+#include "elf/elf_identity_reader.h"
+#include "ff_remote_source.h"
+
+#ifdef FF_HAVE_DEBUGINFOD
+#include <elfutils/debuginfod.h>
+#include <unistd.h>
+#endif
+
+namespace FF_2_13 {
+
+namespace {
+
+constexpr const char* kLogSource = log_source::kSearch;
+constexpr unsigned int kDefaultTimeout = 90;  // seconds, libdebuginfod's own default
+
+struct Settings {
+    bool ownUrls = false;
+    std::string urls;
+    unsigned int timeout = 0;
+};
+
+#ifdef FF_HAVE_DEBUGINFOD
+
+std::shared_mutex& environmentLock() {
+    static std::shared_mutex lock;
+    return lock;
+}
+
+unsigned int timeoutOf(const Settings& settings) {
+    if (settings.timeout > 0) return settings.timeout;
+    const char* text = std::getenv("DEBUGINFOD_TIMEOUT");
+    const long seconds = text ? std::strtol(text, nullptr, 10) : 0;
+    return seconds > 0 ? static_cast<unsigned int>(seconds) : kDefaultTimeout;
+}
+
+// Whether the environment holds what a query of `settings` needs.
+bool environmentHolds(const Settings& settings, const std::string& timeout) {
+    const char* urls = std::getenv("DEBUGINFOD_URLS");
+    const char* seconds = std::getenv("DEBUGINFOD_TIMEOUT");
+    if (settings.ownUrls && (!urls || settings.urls != urls)) return false;
+    return seconds && timeout == seconds;
+}
+
+void setEnvironment(const Settings& settings, const std::string& timeout) {
+    if (settings.ownUrls) ::setenv("DEBUGINFOD_URLS", settings.urls.c_str(), 1);
+    ::setenv("DEBUGINFOD_TIMEOUT", timeout.c_str(), 1);
+}
+
+// One transfer's state, seen by libdebuginfod's progress function.
+struct Transfer {
+    Transfer(IRemoteProgressCallback* callback, const std::atomic<bool>& cancelled,
+             std::chrono::steady_clock::duration stallLimit)
+        : callback(callback), cancelled(cancelled), stallLimit(stallLimit) {}
+
+    IRemoteProgressCallback* const callback;
+    const std::atomic<bool>& cancelled;
+    const std::chrono::steady_clock::duration stallLimit;
+    std::chrono::steady_clock::time_point lastMove = std::chrono::steady_clock::now();
+    long lastReceived = -1;
+    std::string url;
+    std::string abortReason;
+};
+
+int onProgress(debuginfod_client* client, long received, long total) {
+    auto* transfer = static_cast<Transfer*>(debuginfod_get_user_data(client));
+    if (const char* url = debuginfod_get_url(client)) transfer->url = url;
+    if (transfer->cancelled) {
+        transfer->abortReason = "cancelled";
+        return 1;
+    }
+    // A server that accepts and then says nothing must not hold the search for ever.
+    const auto now = std::chrono::steady_clock::now();
+    if (received != transfer->lastReceived) {
+        transfer->lastReceived = received;
+        transfer->lastMove = now;
+    } else if (now - transfer->lastMove > transfer->stallLimit) {
+        transfer->abortReason = "timed out";
+        return 1;
+    }
+    if (transfer->callback &&
+        !transfer->callback->onProgress(transfer->url.c_str(), received, total)) {
+        transfer->abortReason = "cancelled";
+        return 1;
+    }
+    return 0;
+}
+
+std::string describeError(int error, const Transfer& transfer) {
+    if (!transfer.abortReason.empty()) return transfer.abortReason;
+    switch (error) {
+        case ENOENT:
+            return "not found on any server";
+        case ENOSYS:
+            return "no debuginfod server is configured";
+        case ETIME:
+        case ETIMEDOUT:
+            return "timed out";
+        default:
+            return std::strerror(error);
+    }
+}
+
+// A server's answer that is not the build it was asked for is of no use to anyone: it
+// leaves the cache, so that no later fetch hands it out again.
+std::string checkElfAnswer(const char* path, const std::string& buildId) {
+    const ElfIdentity identity = readElfIdentity(path);
+    std::string problem;
+    if (identity.status != irsElf)
+        problem = "the server's answer is not an ELF file (" + identity.error + ")";
+    else if (identity.buildId != buildId)
+        problem = "the server's answer has the build-id " +
+                  (identity.buildId.empty() ? std::string("none") : identity.buildId);
+    if (!problem.empty()) ::unlink(path);
+    return problem;
+}
+
+ObjectPtr<IRemoteFile> query(remote_file_kind_t kind, const std::string& buildId,
+                             const char* sourcePath, Transfer& transfer) {
+    debuginfod_client* client = debuginfod_begin();
+    if (!client) return IRemoteFile::missed("the debuginfod client could not be started");
+    debuginfod_set_user_data(client, &transfer);
+    debuginfod_set_progressfn(client, onProgress);
+    const auto* id = reinterpret_cast<const unsigned char*>(buildId.c_str());
+    char* path = nullptr;
+    int fd = -ENOENT;
+    switch (kind) {
+        case rfDebugFile:
+            fd = debuginfod_find_debuginfo(client, id, 0, &path);
+            break;
+        case rfExecutable:
+            fd = debuginfod_find_executable(client, id, 0, &path);
+            break;
+        case rfSource:
+            fd = debuginfod_find_source(client, id, 0, sourcePath, &path);
+            break;
+    }
+    if (const char* url = debuginfod_get_url(client)) transfer.url = url;
+    debuginfod_end(client);
+    if (fd < 0) {
+        std::free(path);
+        return IRemoteFile::missed(describeError(-fd, transfer).c_str());
+    }
+    ::close(fd);
+    const std::string local = path ? path : "";
+    std::free(path);
+    if (kind != rfSource) {
+        const std::string problem = checkElfAnswer(local.c_str(), buildId);
+        if (!problem.empty()) return IRemoteFile::missed(problem.c_str());
+    }
+    return IRemoteFile::found(local.c_str(), transfer.url.c_str());
+}
+
+#endif  // FF_HAVE_DEBUGINFOD
+
+bool isBuildId(const char* text) {
+    if (!text || std::strlen(text) < 4 || std::strlen(text) % 2 != 0) return false;
+    for (const char* c = text; *c; ++c)
+        if (!std::isxdigit(static_cast<unsigned char>(*c))) return false;
+    return true;
+}
+
+class DebuginfodSource : public RefCountImpl<IDebuginfodSource> {
+public:
+    void setUrls(const char* urls) override {
+        m_settings.ownUrls = urls != nullptr;
+        m_settings.urls = urls ? urls : "";
+    }
+    const char* urls() const override { return m_settings.urls.c_str(); }
+    void setTimeout(unsigned int seconds) override { m_settings.timeout = seconds; }
+    unsigned int timeout() const override { return m_settings.timeout; }
+    void setProgressCallback(IRemoteProgressCallback* callback) override { m_callback = callback; }
+    void cancel() override { m_cancelled = true; }
+    void resume() override { m_cancelled = false; }
+
+    ObjectPtr<IRemoteFile> fetch(remote_file_kind_t kind, const char* buildId,
+                                 const char* sourcePath) override {
+        if (!isBuildId(buildId)) return IRemoteFile::missed("not a build-id");
+        if (kind == rfSource && (!sourcePath || sourcePath[0] != '/'))
+            return IRemoteFile::missed("a source file is asked for by its absolute path");
+        if (m_cancelled) return IRemoteFile::missed("cancelled");
+        ObjectPtr<IRemoteFile> file = fetchNow(kind, lowerCase(buildId), sourcePath);
+        if (*file->path())
+            FF_LOG_INFO(kLogSource, "debuginfod: " << buildId << " fetched into " << file->path()
+                                                   << " from " << file->origin());
+        else
+            FF_LOG_INFO(kLogSource,
+                        "debuginfod: " << buildId << " not fetched: " << file->reason());
+        return file;
+    }
+
+private:
+    static std::string lowerCase(const char* text) {
+        std::string lower(text);
+        for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        return lower;
+    }
+
+#ifdef FF_HAVE_DEBUGINFOD
+    ObjectPtr<IRemoteFile> fetchNow(remote_file_kind_t kind, const std::string& buildId,
+                                    const char* sourcePath) {
+        const unsigned int seconds = timeoutOf(m_settings);
+        const std::string timeout = std::to_string(seconds);
+        Transfer transfer{m_callback, m_cancelled, std::chrono::seconds(seconds)};
+        {
+            std::shared_lock<std::shared_mutex> reading(environmentLock());
+            if (environmentHolds(m_settings, timeout))
+                return query(kind, buildId, sourcePath, transfer);
+        }
+        // Rare (the first fetch, or sources with different settings taking turns): this
+        // query runs alone, so that no other source changes the environment under it.
+        std::unique_lock<std::shared_mutex> writing(environmentLock());
+        setEnvironment(m_settings, timeout);
+        return query(kind, buildId, sourcePath, transfer);
+    }
+#else
+    ObjectPtr<IRemoteFile> fetchNow(remote_file_kind_t, const std::string&, const char*) {
+        return IRemoteFile::missed("this file_finder2 was built without libdebuginfod");
+    }
+#endif
+
+    Settings m_settings;
+    IRemoteProgressCallback* m_callback = nullptr;
+    std::atomic<bool> m_cancelled{false};
+};
+
+}  // namespace
+
+ObjectPtr<IDebuginfodSource> IDebuginfodSource::create() {
+    return ObjectPtr<IDebuginfodSource>(new DebuginfodSource());
+}
+
+bool IDebuginfodSource::available() {
+#ifdef FF_HAVE_DEBUGINFOD
+    return true;
+#else
+    return false;
+#endif
+}
+
+}  // namespace FF_2_13
