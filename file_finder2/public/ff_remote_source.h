@@ -78,6 +78,12 @@ public:
 /// The debuginfod client. Its settings are read when a fetch starts: set them before the
 /// source is shared between threads (cancel() excepted, which any thread may call at any
 /// time).
+///
+/// The client library takes its servers and timeout from the process environment only: a
+/// source given its own URLs or timeout sets DEBUGINFOD_URLS and DEBUGINFOD_TIMEOUT for the
+/// time of its fetches (under a lock every source shares). A program whose other threads
+/// read those variables while such a source fetches should leave both settings at their
+/// defaults and set the environment itself before it starts threads.
 class FF_EXPORT IDebuginfodSource : public IRemoteSource {
 public:
     /// The servers, space-separated URLs, asked in turn. Null: DEBUGINFOD_URLS as the
