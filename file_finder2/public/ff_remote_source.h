@@ -80,7 +80,7 @@ public:
 /// time).
 ///
 /// The client library takes its servers and timeout from the process environment only: a
-/// source given its own URLs or timeout sets DEBUGINFOD_URLS and DEBUGINFOD_TIMEOUT for the
+/// source given its own URLs or timeout sets DEBUGINFOD_URLS or DEBUGINFOD_TIMEOUT to them for the
 /// time of its fetches (under a lock every source shares). A program whose other threads
 /// read those variables while such a source fetches should leave both settings at their
 /// defaults and set the environment itself before it starts threads.

@@ -57,12 +57,14 @@ bool environmentHolds(const Settings& settings, const std::string& timeout) {
     const char* urls = std::getenv("DEBUGINFOD_URLS");
     const char* seconds = std::getenv("DEBUGINFOD_TIMEOUT");
     if (settings.ownUrls && (!urls || settings.urls != urls)) return false;
-    return seconds && timeout == seconds;
+    // Without a timeout of its own the source leaves the environment's (or the client
+    // library's default, which is ours too) as it is.
+    return settings.timeout == 0 || (seconds && timeout == seconds);
 }
 
 void setEnvironment(const Settings& settings, const std::string& timeout) {
     if (settings.ownUrls) ::setenv("DEBUGINFOD_URLS", settings.urls.c_str(), 1);
-    ::setenv("DEBUGINFOD_TIMEOUT", timeout.c_str(), 1);
+    if (settings.timeout > 0) ::setenv("DEBUGINFOD_TIMEOUT", timeout.c_str(), 1);
 }
 
 // One transfer's state, seen by libdebuginfod's progress function.
