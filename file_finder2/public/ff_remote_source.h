@@ -80,10 +80,10 @@ public:
 /// time).
 ///
 /// The client library takes its servers and timeout from the process environment only: a
-/// source given its own URLs or timeout sets DEBUGINFOD_URLS or DEBUGINFOD_TIMEOUT to them for the
-/// time of its fetches (under a lock every source shares). A program whose other threads
-/// read those variables while such a source fetches should leave both settings at their
-/// defaults and set the environment itself before it starts threads.
+/// source given its own URLs or timeout sets DEBUGINFOD_URLS or DEBUGINFOD_TIMEOUT to them
+/// when it fetches (under a lock every source shares) and leaves them so. A program whose
+/// other threads read those variables should leave both settings at their defaults and
+/// set the environment itself before it starts threads.
 class FF_EXPORT IDebuginfodSource : public IRemoteSource {
 public:
     /// The servers, space-separated URLs, asked in turn. Null: DEBUGINFOD_URLS as the
