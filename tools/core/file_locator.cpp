@@ -11,6 +11,9 @@
 
 #include <file_finder.h>
 
+#include <iostream>
+#include <set>
+
 namespace ffcli {
 
 namespace {
@@ -53,6 +56,27 @@ private:
     }
 
     Outcome* m_outcome = nullptr;
+};
+
+// Keeps every candidate a search looked at in the outcome being answered, and warns once
+// on stderr about each directory the walks had to leave out.
+class CandidateRecorder : public ISearchObserver {
+public:
+    void recordInto(Outcome* outcome) { m_outcome = outcome; }
+
+    void candidateSeen(const char* path, search_step_t step, candidate_outcome_t outcome,
+                       const char* message) override {
+        if (m_outcome) m_outcome->tried.push_back({path, step, outcome, message});
+    }
+    void directorySkipped(const char* path, const char* error) override {
+        if (m_skipped.insert(path).second)
+            std::cerr << "file-finder: warning: skipped " << path << ": cannot be listed (" << error
+                      << ")\n";
+    }
+
+private:
+    Outcome* m_outcome = nullptr;
+    std::set<std::string> m_skipped;
 };
 
 class LibraryLocator : public FileLocator {
@@ -100,6 +124,10 @@ public:
         options->setRecordedKernelNames(true);
         options->setUnpackedKernelsOnly(true);
         options->setSystemRoot(settings.systemRoot.c_str());
+        // Every candidate reported, and a directory that cannot be listed costs a warning,
+        // not the request.
+        options->setObserver(&m_candidates);
+        options->setSkipUnlistableDirectories(true);
         m_search = IFileSearch::create(
             m_manager->createSearchEnv(*searchFrom, kClientId, ObjectPtr<IEnvironmentInfo>()),
             options);
@@ -130,10 +158,14 @@ public:
         IValidatorCallback* validator = validators.empty() ? nullptr : &validators;
 
         m_rejections.recordInto(&outcome);
+        m_candidates.recordInto(&outcome);
         struct StopRecording {
-            RejectionRecorder& recorder;
-            ~StopRecording() { recorder.recordInto(nullptr); }
-        } stop{m_rejections};
+            LibraryLocator& locator;
+            ~StopRecording() {
+                locator.m_rejections.recordInto(nullptr);
+                locator.m_candidates.recordInto(nullptr);
+            }
+        } stop{*this};
 
         const char* name = request.name.c_str();
         const char* binary = request.binary.c_str();
@@ -181,6 +213,7 @@ private:
     ObjectPtr<IChecksumCalculator> m_calculator;
     const bool m_identityCheck;
     RejectionRecorder m_rejections;
+    CandidateRecorder m_candidates;  // before the search, which calls it
     ObjectPtr<IFileSearch> m_search;
 };
 

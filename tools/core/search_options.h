@@ -14,6 +14,7 @@
 //   --no-identity-check    accept binaries and symbol files of other builds (ff_identity.h)
 //   --system-root DIR      the system directories under DIR (/lib/modules, /boot...)
 //   --json                 a JSON array instead of the table
+//   --verbose              the table lists every candidate tried
 #pragma once
 
 #include <string>
@@ -38,6 +39,7 @@ struct SearchOptions {
     bool noIdentityCheck = false;
     std::string systemRoot;
     bool json = false;
+    bool verbose = false;
 };
 
 /// The options checked and parsed.
@@ -61,7 +63,7 @@ struct SearchSettings {
 void addSearchOptions(CLI::App& command, SearchOptions& options);
 
 /// Parses the option values; false with `error` set for a --search-dir or --steps value
-/// that does not parse.
+/// that does not parse. A search directory that does not exist is warned about on stderr.
 bool makeSearchSettings(const SearchOptions& options, SearchSettings& settings, std::string& error);
 
 }  // namespace ffcli

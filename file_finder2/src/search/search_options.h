@@ -14,6 +14,8 @@ struct SearchOptionValues {
     bool recordedKernelNames = false;
     bool unpackedKernelsOnly = false;
     std::string systemRoot;  ///< "" for this machine's root
+    ISearchObserver* observer = nullptr;
+    bool skipUnlistableDirectories = false;
 
     /// The values of `options`; the defaults for null.
     static SearchOptionValues of(const ObjectPtr<ISearchOptions>& options);
@@ -33,6 +35,11 @@ public:
     bool unpackedKernelsOnly() const override { return m_values.unpackedKernelsOnly; }
     void setSystemRoot(const char* dir) override;
     const char* systemRoot() const override { return m_values.systemRoot.c_str(); }
+
+    void setObserver(ISearchObserver* observer) override { m_values.observer = observer; }
+    ISearchObserver* observer() const override { return m_values.observer; }
+    void setSkipUnlistableDirectories(bool on) override { m_values.skipUnlistableDirectories = on; }
+    bool skipUnlistableDirectories() const override { return m_values.skipUnlistableDirectories; }
 
     const SearchOptionValues& values() const { return m_values; }
 
