@@ -325,6 +325,16 @@ TEST_F(FileFinderCli, ArchivingTwiceSaysTheSecondTimeThatTheFileIsThere) {
     EXPECT_EQ(json.code, 0);
     EXPECT_EQ(nlohmann::json::parse(json.out)["archived"],
               "arch/my lib.so/98bf7d8c15784f0a3d63204441e1e2aa/my lib.so");
+
+    // Two versions, and a lookup that cannot tell them apart: both are named.
+    dir.makeFile("my lib.so", "other contents");
+    ASSERT_EQ(run({"archive", "my lib.so", "--archive-dir", "arch", "--category", "sym"}).code, 0);
+    const Result lookup = run(
+        {"sym", "my lib.so", "--binary", "/none", "--archive-dir", "arch", "--no-identity-check"});
+    EXPECT_NE(lookup.err.find("2 versions of my lib.so are archived in arch/symbols/my lib.so; "
+                              "give --checksum to pick one:\n  arch/symbols/my lib.so/"),
+              std::string::npos)
+        << lookup.err;
 }
 
 TEST_F(FileFinderCli, DirsRoundTripThroughTheShellKeepsBlanksAndQuotes) {

@@ -278,7 +278,7 @@ void addResolve(CLI::App& app, CommandAction& action) {
                         value.find_first_not_of("0123456789") == std::string::npos &&
                         std::stoi(value) >= 1)
                         return "";
-                    return "--pid takes a process id, a whole number from 1 to 999999999, "
+                    return "expects a process id, a whole number from 1 to 999999999, "
                            "not '" +
                            value + "'";
                 },

@@ -11,6 +11,8 @@
 
 #include <file_finder.h>
 
+#include <algorithm>
+#include <filesystem>
 #include <iostream>
 #include <set>
 
@@ -78,6 +80,34 @@ private:
     Outcome* m_outcome = nullptr;
     std::set<std::string> m_skipped;
 };
+
+// The archive keeps each version of a file under its MD5 (<dir>/<name>/<md5>/<name>); a
+// lookup without a checksum looks at <dir>/<name>/<name> only, so the versions kept there
+// are named on stderr, for the user to pick one with --checksum.
+void warnOfArchivedVersions(const Outcome& outcome) {
+    namespace fs = std::filesystem;
+    std::set<std::string> seen;
+    for (const Candidate& candidate : outcome.tried) {
+        if (candidate.step != ssArchiveSearchDirs) continue;
+        const fs::path place(candidate.path);
+        const fs::path versions = place.parent_path();
+        if (!seen.insert(versions.string()).second) continue;
+        std::vector<std::string> kept;
+        std::error_code error;
+        for (fs::directory_iterator it(versions, error), end; !error && it != end;
+             it.increment(error)) {
+            const fs::path version = it->path() / place.filename();
+            std::error_code ignored;
+            if (fs::is_regular_file(version, ignored)) kept.push_back(version.string());
+        }
+        if (kept.size() < 2) continue;
+        std::sort(kept.begin(), kept.end());
+        std::cerr << "file-finder: warning: " << kept.size() << " versions of "
+                  << place.filename().string() << " are archived in " << versions.string()
+                  << "; give --checksum to pick one:\n";
+        for (const std::string& version : kept) std::cerr << "  " << version << '\n';
+    }
+}
 
 class LibraryLocator : public FileLocator {
 public:
@@ -188,6 +218,7 @@ public:
             outcome.confidence = found->confidence();
             outcome.step = found->searchStep();
         }
+        if (!request.checksum) warnOfArchivedVersions(outcome);
         return outcome;
     }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <set>
 
 #include "core/step_names.h"
 #include "ff_utils.h"
@@ -75,12 +76,13 @@ nlohmann::ordered_json rejectionJson(const Rejection& rejection) {
 std::string missReason(const Outcome& outcome) {
     if (outcome.found()) return "";
     if (!outcome.error.empty()) return "the search failed: " + outcome.error;
-    std::size_t absent = 0, notRegular = 0, unreadable = 0;
+    std::set<std::string> absentPlaces;
+    std::size_t notRegular = 0, unreadable = 0;
     std::vector<const Candidate*> refused;
     for (const Candidate& candidate : outcome.tried) {
         switch (candidate.outcome) {
-            case FF_2_13::coAbsent:
-                ++absent;
+            case FF_2_13::coAbsent:  // a place looked at twice is one place
+                absentPlaces.insert(candidate.path);
                 break;
             case FF_2_13::coNotRegularFile:
                 ++notRegular;
@@ -97,14 +99,17 @@ std::string missReason(const Outcome& outcome) {
         }
     }
     if (outcome.tried.empty()) return "no place to look: no search step applies to this name";
+    const std::size_t absent = absentPlaces.size();
     std::vector<std::string> parts;
     if (!refused.empty()) {
         const bool oneMessage =
             std::all_of(refused.begin(), refused.end(), [&](const Candidate* candidate) {
                 return candidate->message == refused.front()->message;
             });
+        std::string message = refused.front()->message;
+        if (!message.empty() && message.back() == '.') message.pop_back();  // more follows
         parts.push_back(candidates(refused.size()) + " refused" +
-                        (oneMessage ? ": " : ", the first: ") + refused.front()->message);
+                        (oneMessage ? ": " : ", the first: ") + message);
     }
     if (notRegular > 0) parts.push_back(candidates(notRegular) + " not a regular file");
     if (unreadable > 0) parts.push_back(candidates(unreadable) + " unreadable");

@@ -91,7 +91,7 @@ TEST(SearchReport, AMissSaysWhyInOneLine) {
         const char* reason;
     } cases[] = {
         {{}, {}, "no place to look: no search step applies to this name"},
-        {{coAbsent, coAbsent, coDuplicate}, {"", "", ""}, "no candidate existed in 2 places"},
+        {{coAbsent, coAbsent, coDuplicate}, {"", "", ""}, "no candidate existed in 1 place"},
         {{coRefused, coAbsent, coRefused},
          {"build-id differs", "", "build-id differs"},
          "2 candidates refused: build-id differs; nothing in 1 place"},
