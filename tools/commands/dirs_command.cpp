@@ -83,24 +83,6 @@ int saved(const ObjectPtr<IPersistentSearchDirContainer>& dirs, const std::strin
     return kExitAllFound;
 }
 
-int runAdd(const Dirs& command) {
-    // All values are checked before the file changes, so a bad one changes nothing.
-    ObjectPtr<IEditableSearchDirContainer> added = IEditableSearchDirContainer::create();
-    std::string error;
-    if (!parseValues(command, *added, error)) return fail(kExitBadInput, error);
-    ObjectPtr<IPersistentSearchDirContainer> dirs = openConfig(command.configFile, error);
-    if (!dirs) return fail(kExitBadInput, error);
-    for (search_category_t category : kCategories) {
-        ObjectPtr<ISearchDirIterator> it = added->enumerate(category);
-        if (!it) continue;
-        const char* name = nullptr;
-        bool recursive = false, high = false;
-        for (it->reset(); it->getCurrentRecord(name, recursive, high); it->next())
-            dirs->addDirectory(category, name, recursive, high);
-    }
-    return saved(dirs, command.configFile);
-}
-
 // The directories of a category, in order.
 std::vector<std::pair<std::string, std::pair<bool, bool>>> listOf(const ISearchDirContainer& dirs,
                                                                   search_category_t category) {
@@ -112,6 +94,19 @@ std::vector<std::pair<std::string, std::pair<bool, bool>>> listOf(const ISearchD
     for (it->reset(); it->getCurrentRecord(name, recursive, high); it->next())
         list.push_back({name, {recursive, high}});
     return list;
+}
+
+int runAdd(const Dirs& command) {
+    // All values are checked before the file changes, so a bad one changes nothing.
+    ObjectPtr<IEditableSearchDirContainer> added = IEditableSearchDirContainer::create();
+    std::string error;
+    if (!parseValues(command, *added, error)) return fail(kExitBadInput, error);
+    ObjectPtr<IPersistentSearchDirContainer> dirs = openConfig(command.configFile, error);
+    if (!dirs) return fail(kExitBadInput, error);
+    for (search_category_t category : kCategories)
+        for (const auto& dir : listOf(*added, category))
+            dirs->addDirectory(category, dir.first.c_str(), dir.second.first, dir.second.second);
+    return saved(dirs, command.configFile);
 }
 
 // The directories named are taken out of their category's list, whatever their flags;
