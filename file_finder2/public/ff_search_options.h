@@ -20,8 +20,35 @@
 #include "ff_export.h"
 #include "ff_object.h"
 #include "ff_remote_source.h"
+#include "ff_types.h"
 
 namespace FF_2_13 {
+
+/// What became of one candidate path a search looked at.
+enum candidate_outcome_t : int {
+    coAbsent = 0,          ///< nothing by that name
+    coNotRegularFile = 1,  ///< a directory, a device, a socket...
+    coUnreadable = 2,      ///< there, but it could not be read
+    coAccepted = 3,        ///< passed every check
+    coRefused = 4,         ///< turned down by a check: the message says which and why
+    coDuplicate = 5,       ///< the same file as a candidate met before
+};
+
+/// Told, on the searching thread, about every candidate a search looks at and every
+/// directory it skips. The client owns it and keeps it alive as long as any search made
+/// with the options that name it.
+class ISearchObserver {
+public:
+    /// `message`: a refusal's message (the check's own words), otherwise "".
+    virtual void candidateSeen(const char* path, search_step_t step, candidate_outcome_t outcome,
+                               const char* message) = 0;
+    /// A directory of a recursive walk that could not be listed and was left out
+    /// (setSkipUnlistableDirectories); `error` is the file-system error.
+    virtual void directorySkipped(const char* path, const char* error) = 0;
+
+protected:
+    ~ISearchObserver() = default;
+};
 
 class FF_EXPORT ISearchOptions : public IFFObject {
 public:
@@ -66,6 +93,19 @@ public:
     /// by reference: the source is shared by every search made with the options.
     virtual void setRemoteSource(const ObjectPtr<IRemoteSource>& source) = 0;
     virtual ObjectPtr<IRemoteSource> remoteSource() const = 0;
+
+    /// Tells `observer` about every candidate and every skipped directory (null, the
+    /// default: nobody). Candidates that do not exist are looked at too, so that they can
+    /// be reported as absent; results, log lines and callbacks stay as they are.
+    virtual void setObserver(ISearchObserver* observer) = 0;
+    virtual ISearchObserver* observer() const = 0;
+
+    /// A directory of a recursive search directory that cannot be listed (no permission,
+    /// a link loop) is left out, logged as a warning and reported to the observer, and the
+    /// walk goes on. Off by default: the file-system error ends the search and reaches
+    /// the caller.
+    virtual void setSkipUnlistableDirectories(bool on) = 0;
+    virtual bool skipUnlistableDirectories() const = 0;
 
     static ObjectPtr<ISearchOptions> create();
 };

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the built tree into a temporary prefix, then configures, builds and runs the
-# consumer project against it with find_package(FileFinder2 CONFIG) and with pkg-config.
+# consumer project against it with find_package(FileFinder2 CONFIG) and with pkg-config,
+# and runs the installed command.
 set -euo pipefail
 build_dir="$1"
 consumer_src="$2"
@@ -18,4 +19,8 @@ pcdir=$(dirname "$(find "$work/prefix" -name file_finder2.pc | head -n1)")
 flags=$(PKG_CONFIG_PATH="$pcdir" pkg-config --cflags --libs file_finder2)
 # shellcheck disable=SC2086
 c++ -std=c++17 "$consumer_src/consumer.cpp" $flags -o "$work/consumer-pc"
+# The installed command runs from the prefix with no help from the environment.
+env -u LD_LIBRARY_PATH "$work/prefix/bin/file-finder" --help >/dev/null
+env -u LD_LIBRARY_PATH "$work/prefix/bin/file-finder" bin --search-dir "binaries:$work/prefix/bin" \
+    file-finder >/dev/null
 echo "consumer built with CMake and pkg-config against the installed library"

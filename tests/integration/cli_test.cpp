@@ -6,6 +6,7 @@
 #include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -112,9 +113,10 @@ nlohmann::json rowOf(const nlohmann::json& rows, const char* kind, const char* f
 }  // namespace
 
 TEST_F(FileFinderCli, HelpOnEverySubCommandShowsExamplesAndVersionIsTwoThirteen) {
-    for (const char* args : {"--help", "bin --help", "sym --help", "src --help", "resolve --help",
-                             "extract-kernel --help", "archive --help", "dirs --help",
-                             "dirs list --help", "dirs add --help", "dirs clear --help"}) {
+    for (const char* args :
+         {"--help", "bin --help", "sym --help", "src --help", "resolve --help",
+          "extract-kernel --help", "archive --help", "dirs --help", "dirs list --help",
+          "dirs add --help", "dirs remove --help", "dirs clear --help"}) {
         SCOPED_TRACE(args);
         const Result result = run(words(args));
         EXPECT_EQ(result.code, 0);
@@ -125,20 +127,65 @@ TEST_F(FileFinderCli, HelpOnEverySubCommandShowsExamplesAndVersionIsTwoThirteen)
     EXPECT_NE(version.out.find("2.13"), std::string::npos);
 }
 
-TEST_F(FileFinderCli, BadUsageExitsTwo) {
-    for (const char* args :
-         {"", "frobnicate", "bin", "sym x.debug", "bin /a --no-such-option",
-          "--log-level loud bin /a", "archive f", "archive missing.so --archive-dir arch",
-          "bin /a --checksum md5:12", "bin /a --steps=-nope", "bin /a --search-dir=nowhere:/a",
-          "bin /a --archive-dir missing-dir", "resolve --pid 1 --self",
-          "resolve --manifest missing.tsv", "resolve --pid 999999999",
-          "dirs add --config c.json --search-dir=symbols", "extract-kernel only-one-argument"}) {
-        SCOPED_TRACE(args);
-        const Result result = run(words(args));
+TEST_F(FileFinderCli, BadUsageExitsTwoAndSaysWhatToDo) {
+    dir.makeFile("corrupt.json", "{\"searchDirs\": [\n  {\"searchCategory\": ]}");
+    dir.makeDir("adir");
+    const struct {
+        std::vector<std::string> args;
+        const char* says;  // on stderr
+    } cases[] = {
+        {{}, ""},
+        {{"frobnicate"}, "unknown sub-command 'frobnicate' (see --help)"},
+        {{"reslove", "--self"}, "unknown sub-command 'reslove'; did you mean 'resolve'?"},
+        {{"dirs", "lst"}, "did you mean 'list'?"},
+        {{"bin", "/a", "--serch-dir=binaries:/a"}, "unknown option '--serch-dir'; did you mean"},
+        {{"--log-level", "loud", "bin", "/a"}, ""},
+        {{"bin"}, ""},
+        {{"bin", ""}, "give the NAME of the file"},
+        {{"bin", "adir"}, "adir is a directory; give the name of a file"},
+        {{"sym", "x.debug"}, ""},
+        {{"archive", "f"}, ""},
+        {{"archive", "missing.so", "--archive-dir", "arch"}, ""},
+        {{"bin", "/a", "--checksum", "md5:12"}, ""},
+        {{"bin", "/a", "--steps=-nope"}, ""},
+        {{"bin", "/a", "--search-dir=nowhere:/a"}, ""},
+        {{"bin", "/a", "--archive-dir", "missing-dir"}, ""},
+        {{"resolve", "--pid", "1", "--self"}, ""},
+        {{"resolve", "--pid", "abc"}, "a whole number from 1 to 999999999, not 'abc'"},
+        {{"resolve", "--pid", "0"}, "a whole number from 1 to 999999999, not '0'"},
+        {{"resolve", "--manifest", "missing.tsv"}, ""},
+        {{"bin", "/a", "--config", "corrupt.json"},
+         "corrupt.json: line 2, column 22: not valid JSON; the file was left untouched"},
+        {{"dirs", "add", "--config", "corrupt.json", "--search-dir=all:/x"}, "left untouched"},
+        {{"dirs", "list", "--config", "adir"}, "adir is a directory"},
+        {{"dirs", "add", "--config", "c.json", "--search-dir=symbols"}, ""},
+        {{"extract-kernel", "only-one-argument"}, ""}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(::testing::PrintToString(c.args));
+        const Result result = run(c.args);
         EXPECT_EQ(result.code, 2);
         EXPECT_FALSE(result.err.empty());
+        EXPECT_NE(result.err.find(c.says), std::string::npos) << result.err;
         EXPECT_TRUE(result.out.empty());
     }
+    // Never moved aside, never rewritten.
+    EXPECT_EQ(readFile(dir / "corrupt.json"), "{\"searchDirs\": [\n  {\"searchCategory\": ]}");
+    EXPECT_NE(::access((dir / "corrupt.json.corrupt").c_str(), F_OK), 0);
+}
+
+// A process with nothing of user space to resolve: one that has ended, and a zombie.
+TEST_F(FileFinderCli, AProcessWithoutMappingsExitsOneAndSaysWhy) {
+    const pid_t zombie = ::fork();
+    if (zombie == 0) ::_exit(0);
+    siginfo_t info{};
+    ::waitid(P_PID, zombie, &info, WEXITED | WNOWAIT);  // exited, not reaped
+    const Result ofZombie = run({"resolve", "--pid", std::to_string(zombie)});
+    ::waitpid(zombie, nullptr, 0);
+    EXPECT_EQ(ofZombie.code, 1);
+    EXPECT_NE(ofZombie.err.find("has no user-space mappings"), std::string::npos) << ofZombie.err;
+    const Result gone = run({"resolve", "--pid", "999999999"});
+    EXPECT_EQ(gone.code, 1);
+    EXPECT_NE(gone.err.find("there is no process 999999999"), std::string::npos) << gone.err;
 }
 
 TEST_F(FileFinderCli, BinFindsTheFileAndPrintsItsConfidenceAndStep) {
@@ -168,6 +215,21 @@ TEST_F(FileFinderCli, NothingFoundListsEachRejectedCandidateAndExitsOne) {
     const std::string text = rows.dump();
     EXPECT_NE(text.find(app), std::string::npos) << text;
     EXPECT_NE(text.find("checksum"), std::string::npos) << text;
+    EXPECT_EQ(rows[0]["reason"].get<std::string>().rfind("1 candidate refused: ", 0), 0u) << text;
+    EXPECT_EQ(rows[0]["tried"][0]["path"], app);
+    EXPECT_EQ(rows[0]["tried"][0]["outcome"], "refused");
+
+    // Nothing anywhere: every place tried is listed, the missing search directory named.
+    const Result nowhere =
+        run({"bin", "lost.so", "--verbose", "--search-dir=binaries:" + (dir / "nowhere")});
+    EXPECT_EQ(nowhere.code, 1);
+    EXPECT_NE(nowhere.err.find("warning: --search-dir " + (dir / "nowhere") + " is not a dir"),
+              std::string::npos)
+        << nowhere.err;
+    EXPECT_NE(nowhere.out.find("reason: no candidate existed in "), std::string::npos);
+    EXPECT_NE(nowhere.out.find("tried " + (dir / "nowhere/lost.so") + " (low-priority): absent"),
+              std::string::npos)
+        << nowhere.out;
 }
 
 TEST_F(FileFinderCli, AManifestResolvesEveryGoodLineAndReportsTheBadOnes) {
@@ -176,34 +238,42 @@ TEST_F(FileFinderCli, AManifestResolvesEveryGoodLineAndReportsTheBadOnes) {
     dir.makeFile("run.tsv", "# recorded\nbin\t" + app +
                                 "\nbin\tonly-two\tfields\textra\n\nsrc\t/build/main.c\t" + app +
                                 "\n");
-    const Result result = run(
-        {"resolve", "--manifest", "run.tsv", "--json", "--search-dir=sources:" + (dir / "src")});
-    EXPECT_EQ(result.code, 2);
-    EXPECT_NE(result.err.find("run.tsv:3: "), std::string::npos) << result.err;
-    const nlohmann::json rows = nlohmann::json::parse(result.out);
-    ASSERT_EQ(rows.size(), 2u);
-    EXPECT_EQ(rows[0]["found"], app);
-    EXPECT_EQ(rows[1]["found"], source);
+    for (const char* manifest : {"run.tsv", "-"}) {  // a file, standard input
+        const Result result = run(
+            {"resolve", "--manifest", manifest, "--json", "--search-dir=sources:" + (dir / "src")},
+            "< run.tsv");
+        EXPECT_EQ(result.code, 2);
+        EXPECT_NE(result.err.find(":3: "), std::string::npos) << result.err;
+        const nlohmann::json rows = nlohmann::json::parse(result.out);
+        ASSERT_EQ(rows.size(), 2u);
+        EXPECT_EQ(rows[0]["found"], app);
+        EXPECT_EQ(rows[1]["found"], source);
+    }
 }
 
-TEST_F(FileFinderCli, AnUnreadableDirectoryFailsItsRequestOnly) {
+TEST_F(FileFinderCli, AnUnreadableDirectoryIsSkippedWithOneWarning) {
     const std::string app = dir.makeFile("bins/app", "binary");
     dir.makeFile("tree/locked/inner/x", "x");
-    dir.makeFile("run.tsv", "bin\tlost.so\nbin\t" + app + "\n");
+    dir.makeFile("run.tsv", "bin\tlost.so\nbin\tapp\n");
     fftest::openToEveryone(dir.path());
     ::chmod(dir.path().c_str(), 0777);  // the unprivileged run writes its output here
     ::chmod((dir / "tree/locked").c_str(), 0);
     Result result{};
     EXPECT_EQ(0, fftest::runUnprivileged([&] {
                   result = run({"resolve", "--manifest", "run.tsv", "--json",
-                                "--search-dir=binaries,recursive:" + (dir / "tree")});
+                                "--search-dir=binaries,recursive:" + (dir / "tree"),
+                                "--search-dir=binaries:" + (dir / "bins")});
                   return true;
               }));
     // The child's answer is in the files it wrote.
     const nlohmann::json rows = nlohmann::json::parse(readFile(dir / "stdout"));
     ASSERT_EQ(rows.size(), 2u);
-    EXPECT_FALSE(rows[0].value("error", std::string()).empty()) << rows.dump();
+    EXPECT_FALSE(rows[0].contains("error")) << rows.dump();
     EXPECT_EQ(rows[1]["found"], app);
+    const std::string err = readFile(dir / "stderr");
+    const std::string warning = "warning: skipped " + (dir / "tree/locked") + ": cannot be listed";
+    EXPECT_NE(err.find(warning), std::string::npos) << err;
+    EXPECT_EQ(err.find(warning), err.rfind(warning)) << err;  // once for both requests
 }
 
 TEST_F(FileFinderCli, ExtractKernelUnpacksEveryFormatAndSaysWhyItCannot) {
@@ -266,6 +336,16 @@ TEST_F(FileFinderCli, ArchivingTwiceSaysTheSecondTimeThatTheFileIsThere) {
     EXPECT_EQ(json.code, 0);
     EXPECT_EQ(nlohmann::json::parse(json.out)["archived"],
               "arch/my lib.so/98bf7d8c15784f0a3d63204441e1e2aa/my lib.so");
+
+    // Two versions, and a lookup that cannot tell them apart: both are named.
+    dir.makeFile("my lib.so", "other contents");
+    ASSERT_EQ(run({"archive", "my lib.so", "--archive-dir", "arch", "--category", "sym"}).code, 0);
+    const Result lookup = run(
+        {"sym", "my lib.so", "--binary", "/none", "--archive-dir", "arch", "--no-identity-check"});
+    EXPECT_NE(lookup.err.find("2 versions of my lib.so are archived in arch/symbols/my lib.so; "
+                              "give --checksum to pick one:\n  arch/symbols/my lib.so/"),
+              std::string::npos)
+        << lookup.err;
 }
 
 TEST_F(FileFinderCli, DirsRoundTripThroughTheShellKeepsBlanksAndQuotes) {
@@ -294,9 +374,14 @@ TEST_F(FileFinderCli, DirsRoundTripThroughTheShellKeepsBlanksAndQuotes) {
                                        {"recursive", true},
                                        {"priority", "low"}}));
 
+    EXPECT_EQ(run({"dirs", "remove", "--config", "dirs.json", "--search-dir=all:/it's here"}).code,
+              0);
+    const Result absent = run({"dirs", "remove", "--config", "dirs.json", "--search-dir=all:/no"});
+    EXPECT_EQ(absent.code, 1);
+    EXPECT_NE(absent.err.find("/no is not among the all directories"), std::string::npos);
     EXPECT_EQ(run({"dirs", "clear", "--config", "dirs.json", "--category", "sym"}).code, 0);
     EXPECT_EQ(run({"dirs", "list", "--config", "dirs.json"}).out,
-              "--search-dir=binaries:/opt/lib\n'--search-dir=all,high:/it'\\''s here'\n");
+              "--search-dir=binaries:/opt/lib\n");
     EXPECT_EQ(run({"dirs", "clear", "--config", "dirs.json"}).code, 0);
     EXPECT_EQ(run({"dirs", "list", "--config", "dirs.json"}).out, "");
 }

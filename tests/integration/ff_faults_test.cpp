@@ -13,6 +13,7 @@
 #include <thread>
 
 #include "ff_search.h"
+#include "ff_search_options.h"
 #include "ff_searchdirs.h"
 #include "ff_searchenv.h"
 #include "ff_utils.h"
@@ -52,6 +53,45 @@ TEST(Faults, ADirectoryThatVanishesAfterItWasListedIsSkipped) {
     finder.addSearchDirectory((tmp / "tree").c_str(), true);
     EXPECT_FALSE(finder.find("x.so", results));
     EXPECT_EQ(3u, results.offers.size());  // tree/x.so twice, then the entered one's only
+}
+
+// Asked to, a search leaves out what it cannot list, says so once, and finds the file in
+// the next directory.
+TEST(Faults, AnUnlistableDirectoryIsSkippedAndReportedWhenTheClientAsks) {
+    fftest::TempDir tmp;
+    tmp.makeFile("tree/locked/libx.so");
+    const std::string file = tmp.makeFile("bins/libx.so");
+    fftest::openToEveryone(tmp.path());
+    ::chmod((tmp / "tree/locked").c_str(), 0);
+    EXPECT_EQ(
+        0, fftest::runUnprivileged([&] {
+            struct : ISearchObserver {
+                void candidateSeen(const char*, search_step_t, candidate_outcome_t,
+                                   const char*) override {}
+                void directorySkipped(const char* path, const char*) override {
+                    skipped.push_back(path);
+                }
+                std::vector<std::string> skipped;
+            } observer;
+            ObjectPtr<IEditableSearchEnv> env = IEditableSearchEnv::create();
+            ObjectPtr<IEditableSearchDirContainer> dirs = IEditableSearchDirContainer::create();
+            dirs->addDirectory(scBinaryFiles, (tmp / "tree").c_str(), true, true);
+            dirs->addDirectory(scBinaryFiles, (tmp / "bins").c_str(), false, false);
+            env->setSearchDirs(dirs);
+            try {  // by default the error reaches the caller
+                IFileSearch::create(env)->findBinFile("libx.so", nullptr, nullptr, 0);
+                return false;
+            } catch (const fs::filesystem_error&) {
+            }
+            ObjectPtr<ISearchOptions> options = ISearchOptions::create();
+            options->setSkipUnlistableDirectories(true);
+            options->setObserver(&observer);
+            ObjectPtr<IValidFile> found =
+                IFileSearch::create(env, options)->findBinFile("libx.so", nullptr, nullptr, 0);
+            return found && found->name() == file &&
+                   observer.skipped == std::vector<std::string>{tmp / "tree/locked"};
+        }));
+    ::chmod((tmp / "tree/locked").c_str(), 0755);
 }
 
 TEST(Faults, PathsLongerThanPathMaxAreWalkedToTheBottomAndBreakNothing) {

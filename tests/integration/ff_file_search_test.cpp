@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "callback_doubles.h"
+#include "ff_search_options.h"
 #include "ff_searchenv.h"
 #include "ff_utils.h"
 #include "gzip.h"
@@ -37,6 +38,17 @@ protected:
     ObjectPtr<IEditableSearchDirContainer> dirs = IEditableSearchDirContainer::create();
     fftest::StartedCallback started;
     fftest::NoFilesCallback noFiles;
+};
+
+// "path outcome" of every candidate it is told about.
+struct RecordingObserver : ISearchObserver {
+    void candidateSeen(const char* path, search_step_t, candidate_outcome_t outcome,
+                       const char*) override {
+        seen.push_back(path + (" " + std::to_string(outcome)));
+    }
+    void directorySkipped(const char* path, const char*) override { skipped.push_back(path); }
+    Names seen;
+    Names skipped;
 };
 
 }  // namespace
@@ -159,6 +171,24 @@ TEST_F(SearchTest, AFileOfferedByTwoStepsIsRecordedOnce) {
     find("libx.so");
     EXPECT_EQ(Names{file}, all.seen);
     EXPECT_EQ(1u, log.count("*** VALID_DUBLICAT "));
+}
+
+TEST_F(SearchTest, AnObserverHearsOfEveryCandidateEvenWithNoLogListening) {
+    tmp.makeDir("hi/libx.so");
+    const std::string file = tmp.makeFile("lo/libx.so");
+    dir("hi", true, true);
+    dir("gone", false, true);
+    dir("lo", false, false);
+    RecordingObserver observer;
+    ObjectPtr<ISearchOptions> options = ISearchOptions::create();
+    options->setObserver(&observer);
+    ObjectPtr<IValidFile> found =
+        IFileSearch::create(env, options)->findBinFile("libx.so", nullptr, nullptr, 0);
+    ASSERT_TRUE(found);
+    // hi/libx.so twice (iteratively, then recursively), then inside it as a directory.
+    EXPECT_EQ((Names{tmp / "hi/libx.so 1", tmp / "hi/libx.so 1", tmp / "hi/libx.so/libx.so 0",
+                     tmp / "gone/libx.so 0", file + " 3"}),
+              observer.seen);
 }
 
 TEST_F(SearchTest, ARecursiveMissLogsEveryCandidateWhileALogListens) {

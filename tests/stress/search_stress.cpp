@@ -1,10 +1,11 @@
 // Eight threads search through one context manager, one shared IFileSearch and one shared
 // history while other threads register and replace search directories, replace and destroy
 // files-found callbacks, capture and release the client's directories, and add and clear
-// history entries. A wrong file is never acceptable; a watchdog reports each thread's last
-// position when no thread makes progress for a long while. Some searches ask for files by
-// build-id, which only a remote source shared by their searches has (every other build-id
-// is a miss). Built with ThreadSanitizer by
+// history entries. Every fourth searcher makes its own searches that skip a directory they
+// cannot list (a link that loops on itself) and report to one shared observer. Some searches
+// ask for files by build-id, which only a remote source shared by their searches has (every
+// other build-id is a miss). A wrong file is never acceptable; a watchdog reports each thread's
+// last position when no thread makes progress for a long while. Built with ThreadSanitizer by
 // ./test.sh, where any race report fails the run.
 //   search_stress [SECONDS] [SEARCHES_PER_THREAD]     (defaults: 20 s, 400)
 #include <file_finder.h>
@@ -30,7 +31,7 @@ constexpr int kSearchers = 8;
 constexpr int kFiles = 24;
 constexpr char kClient[] = "stress";
 
-std::atomic<long> g_searches{0}, g_wrong{0}, g_destroyedMidSearch{0}, g_progress{0};
+std::atomic<long> g_searches{0}, g_wrong{0}, g_destroyedMidSearch{0}, g_progress{0}, g_skipped{0};
 
 // What each thread did last, for the watchdog's report.
 struct Position {
@@ -87,6 +88,19 @@ std::string stubBuildId(int i) {
     return id;
 }
 
+
+// Told by the searches of many threads at once.
+class CountingObserver : public ISearchObserver {
+public:
+    void candidateSeen(const char*, search_step_t, candidate_outcome_t, const char*) override {
+        ++m_candidates;
+    }
+    void directorySkipped(const char*, const char*) override { ++g_skipped; }
+
+private:
+    std::atomic<long> m_candidates{0};
+};
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -125,6 +139,19 @@ int main(int argc, char** argv) {
     ObjectPtr<IFileSearch> remote = IFileSearch::create(
         manager->createSearchEnv(*project, kClient, ObjectPtr<IEnvironmentInfo>()), remoteOptions);
 
+    // The searches that skip: a tree they cannot list all of comes first.
+    fs::create_directories(work / "looped");
+    fs::create_symlink("self", work / "looped/self");
+    CountingObserver observer;
+    ObjectPtr<ISearchOptions> skipping = ISearchOptions::create();
+    skipping->setSkipUnlistableDirectories(true);
+    skipping->setObserver(&observer);
+    ObjectPtr<IEditableSearchEnv> skippingEnv = IEditableSearchEnv::create();
+    ObjectPtr<IEditableSearchDirContainer> skippingDirs = IEditableSearchDirContainer::create();
+    skippingDirs->addDirectory(scBinaryFiles, (work / "looped").c_str(), true, true);
+    skippingDirs->addDirectory(scBinaryFiles, (work / "tree").c_str(), true, false);
+    skippingEnv->setSearchDirs(skippingDirs);
+
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
     std::vector<std::thread> threads;
     for (int t = 0; t < kSearchers; ++t) {
@@ -151,7 +178,10 @@ int main(int argc, char** argv) {
                         continue;
                     }
                     ObjectPtr<IFileSearch> search = shared;
-                    if (t % 2) {
+                    if (t % 4 == 3) {
+                        at.what = "searching with a search that skips what it cannot list";
+                        search = IFileSearch::create(skippingEnv, skipping);
+                    } else if (t % 2) {
                         at.what = "creating a FileSearch through the manager";
                         search = manager->createFileSearch(*project, kClient, nullptr);
                     }
@@ -244,12 +274,14 @@ int main(int argc, char** argv) {
     for (std::thread& t : mutators) t.join();
     watchdog.join();
 
-    std::printf("searches: %ld, callbacks destroyed mid-search: %ld, wrong results: %ld\n",
-                g_searches.load(), g_destroyedMidSearch.load(), g_wrong.load());
+    std::printf(
+        "searches: %ld, callbacks destroyed mid-search: %ld, directories skipped: %ld, wrong "
+        "results: %ld\n",
+        g_searches.load(), g_destroyedMidSearch.load(), g_skipped.load(), g_wrong.load());
     shared = ObjectPtr<IFileSearch>();
     remote = ObjectPtr<IFileSearch>();
     manipulator = ObjectPtr<ISearchManipulator>();
     boost::system::error_code ignored;  // the temporary tree goes, whatever is left in it
     fs::remove_all(work, ignored);
-    return g_wrong.load() == 0 && g_searches.load() > 0 ? 0 : 1;
+    return g_wrong.load() == 0 && g_searches.load() > 0 && g_skipped.load() > 0 ? 0 : 1;
 }

@@ -10,6 +10,7 @@
 #include "commands/commands.h"
 #include "core/exit_codes.h"
 #include "core/logging.h"
+#include "core/usage_hint.h"
 
 namespace {
 
@@ -46,7 +47,13 @@ int run(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
-        // --help and --version come this way with code 0; usage errors with others.
+        // --help and --version come this way with code 0; usage errors with others, which
+        // name the word that was not understood when there is one.
+        if (e.get_exit_code() != 0) {
+            const std::string hint =
+                ffcli::usageHint(app, std::vector<std::string>(argv + 1, argv + argc));
+            if (!hint.empty()) return ffcli::fail(ffcli::kExitBadInput, hint);
+        }
         const int code = app.exit(e);
         return code == 0 ? ffcli::kExitAllFound : ffcli::kExitBadInput;
     }

@@ -5,6 +5,7 @@
 //  2. gather the requests;
 //  3. get the file locator (file_locator.h) and answer the requests through a Resolver;
 //  4. print the rows as a table or as JSON, and exit 0 when everything was found.
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <memory>
@@ -26,8 +27,10 @@ namespace {
 
 constexpr char kSearchOutput[] =
     "Prints the file found with its confidence and search step; when nothing is found, each\n"
-    "rejected candidate with its message. --json prints a JSON array of objects with the\n"
-    "fields request, found, confidence, step, rejected (and error when a search failed).\n"
+    "rejected candidate with its message and the reason in one line; --verbose lists every\n"
+    "candidate path tried. --json prints a JSON array of objects with the fields request,\n"
+    "found, confidence, step, rejected, tried, reason (for a miss) and error (when a search\n"
+    "failed). A directory that cannot be listed is skipped with a warning on stderr.\n"
     "Exit codes: 0 found, 1 not found, 2 bad usage or input, 3 internal error.\n";
 
 struct SingleSearch {
@@ -55,7 +58,7 @@ struct ResolveCommand {
 constexpr unsigned kFetchThreads = 4;
 
 // Steps 3 and 4 for requests gathered by `gather`.
-int answerAndPrint(const SearchSettings& settings, bool json,
+int answerAndPrint(const SearchSettings& settings, const SearchOptions& options,
                    const std::function<std::vector<ResolveRow>(Resolver&)>& gather) {
     TransferProgress transfers;
     FF_2_13::ObjectPtr<RemoteFetches> remote;
@@ -84,10 +87,10 @@ int answerAndPrint(const SearchSettings& settings, bool json,
     const std::vector<ResolveRow> rows = gather(resolver);
     progress.done();
     transfers.done();
-    if (json)
+    if (options.json)
         std::cout << toJson(rows).dump(2) << '\n';
     else
-        writeTable(std::cout, rows);
+        writeTable(std::cout, rows, options.verbose);
     std::cout.flush();
     if (!std::cout) return fail(kExitInternalError, "cannot write the results to stdout");
     return exitCodeFor(rows);
@@ -129,6 +132,9 @@ int runSingleSearch(const SingleSearch& command) {
     if (!identityOf(command, request.identity, error)) return fail(kExitBadInput, error);
     if (command.name.empty() && command.buildId.empty())
         return fail(kExitBadInput, "give the NAME of the file, or its --build-id");
+    std::error_code ignored;
+    if (!command.name.empty() && std::filesystem::is_directory(command.name, ignored))
+        return fail(kExitBadInput, command.name + " is a directory; give the name of a file");
     if (command.kind == RequestKind::kSymbol && command.binary.empty() && command.buildId.empty())
         return fail(kExitBadInput, "give the --binary of the symbol file, or its --build-id");
     if (!command.checksum.empty()) {
@@ -149,7 +155,7 @@ int runSingleSearch(const SingleSearch& command) {
                                                              : buildIdBinaryName(id));
     }
     request.name = names.front();
-    return answerAndPrint(settings, command.search.json, [&](Resolver& resolver) {
+    return answerAndPrint(settings, command.search, [&](Resolver& resolver) {
         return names.size() == 1 ? resolver.resolveRequests({request})
                                  : resolver.resolveUnderNames(request, names);
     });
@@ -161,23 +167,34 @@ int runResolve(const ResolveCommand& command) {
     if (!makeSearchSettings(command.search, settings, error)) return fail(kExitBadInput, error);
 
     if (!command.manifest.empty()) {
-        std::ifstream in(command.manifest);
+        // "-" is standard input, as for most tools that read a list.
+        const bool fromStdin = command.manifest == "-";
+        std::ifstream file;
+        if (!fromStdin) file.open(command.manifest);
+        std::istream& in = fromStdin ? std::cin : file;
         if (!in) return fail(kExitBadInput, "cannot read the manifest " + command.manifest);
         const Manifest manifest = parseManifest(in);
         if (in.bad()) return fail(kExitBadInput, "cannot read the manifest " + command.manifest);
         for (const ManifestError& e : manifest.errors)
             fail(kExitBadInput, command.manifest + ":" + std::to_string(e.line) + ": " + e.message);
-        const int code = answerAndPrint(settings, command.search.json, [&](Resolver& resolver) {
+        const int code = answerAndPrint(settings, command.search, [&](Resolver& resolver) {
             return resolver.resolveRequests(manifest.requests);
         });
         return manifest.errors.empty() ? code : std::max(code, kExitBadInput);
     }
 
     const std::string pid = command.pid > 0 ? std::to_string(command.pid) : "self";
+    std::error_code ignored;
+    if (!std::filesystem::exists("/proc/" + pid, ignored))
+        return fail(kExitNotFound, "there is no process " + pid + " (it may have ended)");
     std::vector<std::string> notes;
     const std::optional<std::vector<LoadedModule>> loaded = readLoadedModules(pid, notes, error);
     if (!loaded) return fail(kExitBadInput, error);
     for (const std::string& note : notes) std::cerr << "file-finder: " << note << '\n';
+    if (loaded->empty())
+        return fail(kExitNotFound, "process " + pid +
+                                       " has no user-space mappings to resolve: a kernel "
+                                       "thread, a zombie, or a process that has just ended");
     std::vector<ModuleToResolve> modules;
     for (const LoadedModule& module : *loaded) {
         const std::string buildId = module.identity ? module.identity->buildId() : "";
@@ -185,7 +202,7 @@ int runResolve(const ResolveCommand& command) {
                            ModuleLoad{module.mapping.range(), module.state, buildId},
                            module.mapping.vdso});
     }
-    return answerAndPrint(settings, command.search.json, [&modules](Resolver& resolver) {
+    return answerAndPrint(settings, command.search, [&modules](Resolver& resolver) {
         return resolver.resolveModules(modules);
     });
 }
@@ -280,7 +297,17 @@ void addResolve(CLI::App& app, CommandAction& action) {
     CLI::Option* pid =
         sub->add_option("--pid", command->pid, "The process whose executable mappings to resolve")
             ->type_name("PID")
-            ->check(CLI::PositiveNumber);
+            ->check(CLI::Validator(
+                [](std::string& value) -> std::string {
+                    if (!value.empty() && value.size() <= 9 &&
+                        value.find_first_not_of("0123456789") == std::string::npos &&
+                        std::stoi(value) >= 1)
+                        return "";
+                    return "expects a process id, a whole number from 1 to 999999999, "
+                           "not '" +
+                           value + "'";
+                },
+                ""));
     CLI::Option* self =
         sub->add_flag("--self", command->self, "Resolve this process's own modules (the default)");
     CLI::Option* manifest =

@@ -12,6 +12,11 @@
 
 #include <file_finder.h>
 
+#include <algorithm>
+#include <filesystem>
+#include <iostream>
+#include <set>
+
 namespace ffcli {
 
 namespace {
@@ -55,6 +60,55 @@ private:
 
     Outcome* m_outcome = nullptr;
 };
+
+// Keeps every candidate a search looked at in the outcome being answered, and warns once
+// on stderr about each directory the walks had to leave out.
+class CandidateRecorder : public ISearchObserver {
+public:
+    void recordInto(Outcome* outcome) { m_outcome = outcome; }
+
+    void candidateSeen(const char* path, search_step_t step, candidate_outcome_t outcome,
+                       const char* message) override {
+        if (m_outcome) m_outcome->tried.push_back({path, step, outcome, message});
+    }
+    void directorySkipped(const char* path, const char* error) override {
+        if (m_skipped.insert(path).second)
+            std::cerr << "file-finder: warning: skipped " << path << ": cannot be listed (" << error
+                      << ")\n";
+    }
+
+private:
+    Outcome* m_outcome = nullptr;
+    std::set<std::string> m_skipped;
+};
+
+// The archive keeps each version of a file under its MD5 (<dir>/<name>/<md5>/<name>); a
+// lookup without a checksum looks at <dir>/<name>/<name> only, so the versions kept there
+// are named on stderr, for the user to pick one with --checksum.
+void warnOfArchivedVersions(const Outcome& outcome) {
+    namespace fs = std::filesystem;
+    std::set<std::string> seen;
+    for (const Candidate& candidate : outcome.tried) {
+        if (candidate.step != ssArchiveSearchDirs) continue;
+        const fs::path place(candidate.path);
+        const fs::path versions = place.parent_path();
+        if (!seen.insert(versions.string()).second) continue;
+        std::vector<std::string> kept;
+        std::error_code error;
+        for (fs::directory_iterator it(versions, error), end; !error && it != end;
+             it.increment(error)) {
+            const fs::path version = it->path() / place.filename();
+            std::error_code ignored;
+            if (fs::is_regular_file(version, ignored)) kept.push_back(version.string());
+        }
+        if (kept.size() < 2) continue;
+        std::sort(kept.begin(), kept.end());
+        std::cerr << "file-finder: warning: " << kept.size() << " versions of "
+                  << place.filename().string() << " are archived in " << versions.string()
+                  << "; give --checksum to pick one:\n";
+        for (const std::string& version : kept) std::cerr << "  " << version << '\n';
+    }
+}
 
 class LibraryLocator : public FileLocator {
 public:
@@ -103,6 +157,10 @@ public:
         options->setUnpackedKernelsOnly(true);
         options->setSystemRoot(settings.systemRoot.c_str());
         if (m_remote) options->setRemoteSource(m_remote);
+        // Every candidate reported, and a directory that cannot be listed costs a warning,
+        // not the request.
+        options->setObserver(&m_candidates);
+        options->setSkipUnlistableDirectories(true);
         m_search = IFileSearch::create(
             m_manager->createSearchEnv(*searchFrom, kClientId, ObjectPtr<IEnvironmentInfo>()),
             options);
@@ -133,10 +191,14 @@ public:
         IValidatorCallback* validator = validators.empty() ? nullptr : &validators;
 
         m_rejections.recordInto(&outcome);
+        m_candidates.recordInto(&outcome);
         struct StopRecording {
-            RejectionRecorder& recorder;
-            ~StopRecording() { recorder.recordInto(nullptr); }
-        } stop{m_rejections};
+            LibraryLocator& locator;
+            ~StopRecording() {
+                locator.m_rejections.recordInto(nullptr);
+                locator.m_candidates.recordInto(nullptr);
+            }
+        } stop{*this};
 
         const char* name = request.name.c_str();
         const char* binary = request.binary.c_str();
@@ -166,6 +228,9 @@ public:
             else if (!outcome.found())
                 outcome.serverMiss = fetched->reason();
         }
+        // Not in the first of two runs (debuginfod on): the second would say it again.
+        const bool rehearsal = m_remote && m_remote->recordOnly();
+        if (!request.checksum && !rehearsal) warnOfArchivedVersions(outcome);
         return outcome;
     }
 
@@ -192,6 +257,7 @@ private:
     ObjectPtr<IChecksumCalculator> m_calculator;
     const bool m_identityCheck;
     RejectionRecorder m_rejections;
+    CandidateRecorder m_candidates;  // before the search, which calls it
     ObjectPtr<IFileSearch> m_search;
 };
 

@@ -8,8 +8,8 @@
 
 namespace ffcli {
 
-/// "resolving 12/40" on stderr, rewritten in place, once a run has taken longer than a
-/// moment, and only when stderr is a terminal. Erased by done().
+/// "resolving 12/40" on stderr, rewritten in place, once a run of more than a few dozen
+/// requests has taken longer than a moment, and only when stderr is a terminal. Erased by done().
 class ProgressLine {
 public:
     ProgressLine();

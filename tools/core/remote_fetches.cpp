@@ -40,6 +40,11 @@ void RemoteFetches::setRecordOnly(bool on) {
     m_recordOnly = on;
 }
 
+bool RemoteFetches::recordOnly() const {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_recordOnly;
+}
+
 void RemoteFetches::fetchRecorded(unsigned threads) {
     std::vector<Key> work;
     {

@@ -34,6 +34,7 @@ public:
 
     /// On: a fetch not answered yet is noted and missed, without a transfer.
     void setRecordOnly(bool on);
+    bool recordOnly() const;
     /// Fetches every noted request, `threads` at a time, into the memo.
     void fetchRecorded(unsigned threads);
 

@@ -1,7 +1,11 @@
 #include "core/search_options.h"
 
+#include "core/config_file.h"
+
 #include <cstdlib>
 #include <filesystem>
+#include <iostream>
+#include <set>
 
 namespace ffcli {
 
@@ -58,17 +62,36 @@ void addSearchOptions(CLI::App& command, SearchOptions& options) {
             ->allow_extra_args(false);
     command.add_flag("--no-debuginfod", options.noDebuginfod, "Never ask a debuginfod server")
         ->excludes(debuginfod);
+    command.add_flag("--verbose", options.verbose,
+                     "List under each row every candidate path tried, with its step and outcome");
 }
 
 bool makeSearchSettings(const SearchOptions& options, SearchSettings& settings,
                         std::string& error) {
     SearchSettings parsed;
+    std::set<std::string> warned;
     parsed.searchDirs = FF_2_13::IEditableSearchDirContainer::create();
     for (const std::string& value : options.searchDirs) {
         std::string reason;
         if (!FF_2_13::cmdline::parseSearchDirValue(value.c_str(), *parsed.searchDirs, reason)) {
             error = "--search-dir '" + value + "': " + reason;
             return false;
+        }
+    }
+    // A mistyped directory would otherwise make every request a quiet miss.
+    for (FF_2_13::search_category_t category :
+         {FF_2_13::scBinaryFiles, FF_2_13::scSymbolFiles, FF_2_13::scSourceFiles}) {
+        FF_2_13::ObjectPtr<FF_2_13::ISearchDirIterator> dirs =
+            parsed.searchDirs->enumerate(category);
+        if (!dirs) continue;  // no directory of that category
+        const char* name = nullptr;
+        bool recursive = false;
+        bool high = false;
+        for (dirs->reset(); dirs->getCurrentRecord(name, recursive, high); dirs->next()) {
+            std::error_code ignored;
+            if (!std::filesystem::is_directory(name, ignored) && warned.insert(name).second)
+                std::cerr << "file-finder: warning: --search-dir " << name
+                          << " is not a directory: nothing will be found there\n";
         }
     }
     for (const std::string& value : options.steps) {
@@ -78,6 +101,7 @@ bool makeSearchSettings(const SearchOptions& options, SearchSettings& settings,
             return false;
         }
     }
+    if (!options.configFile.empty() && !checkConfigFile(options.configFile, error)) return false;
     if (!options.configFile.empty())
         parsed.configDirs =
             FF_2_13::IPersistentSearchDirContainer::create(options.configFile.c_str());

@@ -16,6 +16,7 @@
 //   --json                 a JSON array instead of the table
 //   --debuginfod URL       fetch what no step found from debuginfod servers (repeatable;
 //                          the default: DEBUGINFOD_URLS when set); --no-debuginfod: never
+//   --verbose              the table lists every candidate tried
 #pragma once
 
 #include <optional>
@@ -43,6 +44,7 @@ struct SearchOptions {
     bool json = false;
     std::vector<std::string> debuginfodUrls;
     bool noDebuginfod = false;
+    bool verbose = false;
 };
 
 /// The options checked and parsed.
@@ -68,7 +70,7 @@ struct SearchSettings {
 void addSearchOptions(CLI::App& command, SearchOptions& options);
 
 /// Parses the option values; false with `error` set for a --search-dir or --steps value
-/// that does not parse.
+/// that does not parse. A search directory that does not exist is warned about on stderr.
 bool makeSearchSettings(const SearchOptions& options, SearchSettings& settings, std::string& error);
 
 }  // namespace ffcli

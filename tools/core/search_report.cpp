@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <set>
 
 #include "core/step_names.h"
 #include "ff_utils.h"
@@ -18,6 +19,32 @@ std::size_t columns(const std::string& text) {
     }));
 }
 
+// The first `count` characters of `text` (bytes up to the count-th character start).
+std::size_t bytesOfColumns(const std::string& text, std::size_t count) {
+    std::size_t at = 0;
+    for (std::size_t seen = 0; at < text.size(); ++at) {
+        if ((static_cast<unsigned char>(text[at]) & 0xC0) == 0x80) continue;
+        if (seen++ == count) break;
+    }
+    return at;
+}
+
+// At most `width` columns: a longer text keeps its start and its end, which tell names
+// apart best, around "...".
+std::string elided(const std::string& text, std::size_t width) {
+    const std::size_t total = columns(text);
+    if (total <= width) return text;
+    const std::size_t head = (width - 3) / 2;
+    const std::size_t tail = width - 3 - head;
+    return text.substr(0, bytesOfColumns(text, head)) + "..." +
+           text.substr(bytesOfColumns(text, total - tail));
+}
+
+// "1 candidate", "3 candidates".
+std::string candidates(std::size_t count) {
+    return std::to_string(count) + (count == 1 ? " candidate" : " candidates");
+}
+
 nlohmann::ordered_json requestJson(const Request& request) {
     nlohmann::ordered_json json = {{"kind", kindWord(request.kind)},
                                    {"name", jsonName(request.name)}};
@@ -29,6 +56,14 @@ nlohmann::ordered_json requestJson(const Request& request) {
     return json;
 }
 
+nlohmann::ordered_json candidateJson(const Candidate& candidate) {
+    nlohmann::ordered_json json = {{"path", jsonName(candidate.path)},
+                                   {"step", stepWord(candidate.step)},
+                                   {"outcome", candidateOutcomeWord(candidate.outcome)}};
+    if (!candidate.message.empty()) json["message"] = jsonName(candidate.message);
+    return json;
+}
+
 nlohmann::ordered_json rejectionJson(const Rejection& rejection) {
     return {{"path", jsonName(rejection.path)},
             {"message", jsonName(rejection.message)},
@@ -37,6 +72,54 @@ nlohmann::ordered_json rejectionJson(const Rejection& rejection) {
 }
 
 }  // namespace
+
+std::string missReason(const Outcome& outcome) {
+    if (outcome.found()) return "";
+    if (!outcome.error.empty()) return "the search failed: " + outcome.error;
+    std::set<std::string> absentPlaces;
+    std::size_t notRegular = 0, unreadable = 0;
+    std::vector<const Candidate*> refused;
+    for (const Candidate& candidate : outcome.tried) {
+        switch (candidate.outcome) {
+            case FF_2_13::coAbsent:  // a place looked at twice is one place
+                absentPlaces.insert(candidate.path);
+                break;
+            case FF_2_13::coNotRegularFile:
+                ++notRegular;
+                break;
+            case FF_2_13::coUnreadable:
+                ++unreadable;
+                break;
+            case FF_2_13::coRefused:
+                refused.push_back(&candidate);
+                break;
+            case FF_2_13::coAccepted:
+            case FF_2_13::coDuplicate:
+                break;
+        }
+    }
+    if (outcome.tried.empty()) return "no place to look: no search step applies to this name";
+    const std::size_t absent = absentPlaces.size();
+    std::vector<std::string> parts;
+    if (!refused.empty()) {
+        const bool oneMessage =
+            std::all_of(refused.begin(), refused.end(), [&](const Candidate* candidate) {
+                return candidate->message == refused.front()->message;
+            });
+        std::string message = refused.front()->message;
+        if (!message.empty() && message.back() == '.') message.pop_back();  // more follows
+        parts.push_back(candidates(refused.size()) + " refused" +
+                        (oneMessage ? ": " : ", the first: ") + message);
+    }
+    if (notRegular > 0) parts.push_back(candidates(notRegular) + " not a regular file");
+    if (unreadable > 0) parts.push_back(candidates(unreadable) + " unreadable");
+    const std::string places = std::to_string(absent) + (absent == 1 ? " place" : " places");
+    if (parts.empty()) return "no candidate existed in " + places;
+    if (absent > 0) parts.push_back("nothing in " + places);
+    std::string reason = parts.front();
+    for (std::size_t i = 1; i < parts.size(); ++i) reason += "; " + parts[i];
+    return reason;
+}
 
 nlohmann::ordered_json jsonName(const std::string& name) {
     using namespace FF_2_13::utils;
@@ -78,6 +161,10 @@ nlohmann::ordered_json toJson(const std::vector<ResolveRow>& rows) {
         json["rejected"] = nlohmann::ordered_json::array();
         for (const Rejection& rejection : outcome.rejected)
             json["rejected"].push_back(rejectionJson(rejection));
+        json["tried"] = nlohmann::ordered_json::array();
+        for (const Candidate& candidate : outcome.tried)
+            json["tried"].push_back(candidateJson(candidate));
+        if (!outcome.found()) json["reason"] = jsonName(missReason(outcome));
         if (!row.otherNames.empty()) {
             json["otherNames"] = nlohmann::ordered_json::array();
             for (const std::string& name : row.otherNames)
@@ -96,17 +183,19 @@ nlohmann::ordered_json toJson(const std::vector<ResolveRow>& rows) {
     return array;
 }
 
-void writeTable(std::ostream& out, const std::vector<ResolveRow>& rows) {
+void writeTable(std::ostream& out, const std::vector<ResolveRow>& rows, bool verbose) {
     using Line = std::array<std::string, 5>;
     std::vector<Line> lines = {{"KIND", "NAME", "FOUND", "CONFIDENCE", "STEP"}};
     for (const ResolveRow& row : rows) {
         const Outcome& outcome = row.outcome;
         if (outcome.found())
-            lines.push_back({kindWord(row.request.kind), printable(row.request.name),
-                             printable(outcome.path), confidenceWord(outcome.confidence),
-                             stepWord(outcome.step)});
+            lines.push_back({kindWord(row.request.kind),
+                             elided(printable(row.request.name), kMostColumnWidth),
+                             elided(printable(outcome.path), kMostColumnWidth),
+                             confidenceWord(outcome.confidence), stepWord(outcome.step)});
         else
-            lines.push_back({kindWord(row.request.kind), printable(row.request.name),
+            lines.push_back({kindWord(row.request.kind),
+                             elided(printable(row.request.name), kMostColumnWidth),
                              outcome.error.empty() ? "not found" : "failed", "-", "-"});
     }
     std::array<std::size_t, 5> widths{};
@@ -145,6 +234,8 @@ void writeTable(std::ostream& out, const std::vector<ResolveRow>& rows) {
                 << "): " << printable(rejection.message) << '\n';
         if (!row.outcome.error.empty())
             out << indent << "error: " << printable(row.outcome.error) << '\n';
+        else if (!row.outcome.found())
+            out << indent << "reason: " << printable(missReason(row.outcome)) << '\n';
         if (row.outcome.step == FF_2_13::ssRemoteSource && row.outcome.found())
             out << indent << "fetched from "
                 << (row.outcome.server.empty() ? "the debuginfod cache"
@@ -152,6 +243,13 @@ void writeTable(std::ostream& out, const std::vector<ResolveRow>& rows) {
                 << '\n';
         if (!row.outcome.serverMiss.empty())
             out << indent << "debuginfod: " << printable(row.outcome.serverMiss) << '\n';
+        if (!verbose) continue;
+        for (const Candidate& candidate : row.outcome.tried) {
+            out << indent << "tried " << printable(candidate.path) << " ("
+                << stepWord(candidate.step) << "): " << candidateOutcomeWord(candidate.outcome);
+            if (!candidate.message.empty()) out << ": " << printable(candidate.message);
+            out << '\n';
+        }
     }
 }
 

@@ -10,6 +10,9 @@
 //       "step": "system",                                    // null when not found
 //       "rejected": [ { "path": "/usr/lib/libx.so.1.debug", "message": "...",
 //                       "severity": "hard", "step": "around-binary" } ],
+//       "tried": [ { "path": "/usr/lib/libx.so.1.debug", "step": "around-binary",
+//                    "outcome": "refused", "message": "..." } ],  // every candidate, in order
+//       "reason": "1 candidate refused: ...",                     // for a miss only
 //       "otherNames": [ ... ],        // further names tried
 //       "error": "...",               // only when the search itself failed
 //       "buildId": "...", "range": "7f3a1c000000-7f3a1c1bd000", "state": "replaced" } ]
@@ -35,8 +38,16 @@
 namespace ffcli {
 
 /// KIND NAME FOUND CONFIDENCE STEP, one line per row, with the row's further names,
-/// rejected candidates and error indented under it.
-void writeTable(std::ostream& out, const std::vector<ResolveRow>& rows);
+/// rejected candidates, the reason of a miss and error indented under it; `verbose`: every
+/// candidate tried as well. Columns wider than kMostColumnWidth are elided in the middle.
+void writeTable(std::ostream& out, const std::vector<ResolveRow>& rows, bool verbose = false);
+
+/// The widest a table column gets; longer names lose their middle to "...".
+constexpr std::size_t kMostColumnWidth = 60;
+
+/// Why a miss is one, in a line: "no candidate existed in 14 places", "3 candidates
+/// refused: build-id differs". "" for an outcome that found its file.
+std::string missReason(const Outcome& outcome);
 
 /// The rows as the JSON array above.
 nlohmann::ordered_json toJson(const std::vector<ResolveRow>& rows);

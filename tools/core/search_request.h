@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "ff_identity.h"
+#include "ff_search_options.h"
 #include "ff_types.h"
 
 namespace ffcli {
@@ -74,6 +75,15 @@ struct Rejection {
     FF_2_13::search_step_t step = FF_2_13::ssAbsoluteNameLookup;
 };
 
+/// A candidate path the search looked at, and what became of it.
+struct Candidate {
+    std::string path;
+    FF_2_13::search_step_t step = FF_2_13::ssAbsoluteNameLookup;
+    FF_2_13::candidate_outcome_t outcome = FF_2_13::coAbsent;
+    /// A refusal's message; "" otherwise.
+    std::string message;
+};
+
 struct Outcome {
     /// The file found; empty when nothing acceptable was found.
     std::string path;
@@ -81,6 +91,8 @@ struct Outcome {
     FF_2_13::search_step_t step = FF_2_13::ssAbsoluteNameLookup;
     /// Every candidate turned down, in the order the search met them.
     std::vector<Rejection> rejected;
+    /// Every candidate looked at, in order.
+    std::vector<Candidate> tried;
     /// Set when the search itself failed (a directory that could not be listed, a file
     /// that vanished): the request is unanswered, not answered "no".
     std::string error;

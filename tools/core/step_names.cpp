@@ -64,6 +64,24 @@ const char* severityWord(FF_2_13::severity_t severity) {
     return "unknown";
 }
 
+const char* candidateOutcomeWord(FF_2_13::candidate_outcome_t outcome) {
+    switch (outcome) {
+        case FF_2_13::coAbsent:
+            return "absent";
+        case FF_2_13::coNotRegularFile:
+            return "not a regular file";
+        case FF_2_13::coUnreadable:
+            return "unreadable";
+        case FF_2_13::coAccepted:
+            return "accepted";
+        case FF_2_13::coRefused:
+            return "refused";
+        case FF_2_13::coDuplicate:
+            return "duplicate";
+    }
+    return "unknown";
+}
+
 bool parseStepChanges(const std::string& text, StepChanges& changes, std::string& error) {
     StepChanges parsed = changes;
     std::string::size_type start = 0;

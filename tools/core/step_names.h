@@ -16,6 +16,7 @@
 
 #include <string>
 
+#include "ff_search_options.h"
 #include "ff_types.h"
 
 namespace ffcli {
@@ -26,6 +27,10 @@ const char* stepWord(FF_2_13::search_step_t step);
 const char* confidenceWord(FF_2_13::confidence_t confidence);
 /// "hard", "mild", "unspecified"; "unknown" otherwise.
 const char* severityWord(FF_2_13::severity_t severity);
+
+/// "absent", "not a regular file", "unreadable", "accepted", "refused", "duplicate";
+/// "unknown" otherwise.
+const char* candidateOutcomeWord(FF_2_13::candidate_outcome_t outcome);
 
 /// Steps to switch on and off, each a mask of search_step_t bits.
 struct StepChanges {

@@ -80,6 +80,9 @@ std::string errorText(const std::string& text, const char* source, int line);
 #define FF_LOG_INFO(source, expr) \
     FF_LOG_AT_LEVEL_(log4cplus::INFO_LOG_LEVEL, source, __LINE__, expr)
 
+#define FF_LOG_WARN(source, expr) \
+    FF_LOG_AT_LEVEL_(log4cplus::WARN_LOG_LEVEL, source, __LINE__, expr)
+
 /// Error lines carry their own location: "<text>, at file: <source>:<line>".
 #define FF_LOG_ERROR_AT(source, line, expr)                    \
     FF_LOG_AT_LEVEL_(log4cplus::ERROR_LOG_LEVEL, source, line, \

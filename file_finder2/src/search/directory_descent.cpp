@@ -257,6 +257,12 @@ std::string DirectoryDescent::fullName(size_t nameAt) const {
 }
 
 void DirectoryDescent::cannotList(const char* operation, const std::string& path, int error) {
+    if (m_results.skipsUnlistableDirectories()) {
+        const std::string message =
+            boost::system::error_code(error, boost::system::system_category()).message();
+        m_results.directorySkipped(path.c_str(), message.c_str());
+        return;
+    }
     throw fs::filesystem_error(operation, fs::path(path),
                                boost::system::error_code(error, boost::system::system_category()));
 }

@@ -71,7 +71,8 @@ private:
     std::string fullName(size_t nameAt) const;
     /// The one place where a directory that cannot be listed (or an entry whose status
     /// cannot be taken) meets the walk: raised as the directory iterator of
-    /// Boost.Filesystem raises it. A walk that skipped such directories would return here.
+    /// Boost.Filesystem raises it, or, when the container skips such directories, reported
+    /// to it and left out.
     void cannotList(const char* operation, const std::string& path, int error);
 
     posix::DirectoryReader& m_reader;

@@ -6,6 +6,7 @@
 #include "ff_utils.h"
 #include "files/kernel_module_names.h"
 #include "files/kernel_unpacker.h"
+#include "platform/posix.h"
 #include "search/kernel_image_cache.h"
 #include "search/search_strategies.h"
 #include "validation/validated_files.h"
@@ -107,36 +108,65 @@ bool FoundFilesLazyIterator::validateAndAdd(const char* fileName, unsigned int s
                    "bool FoundFilesLazyIterator::validateAndAdd(const char*, unsigned int)");
     if (!utils::fileExists(fileName)) {
         FF_LOG_INFO(kLogSource, kDoesNotExist << fileName);
+        if (m_options.observer) {
+            posix::FileStatus status;
+            tell(fileName, searchStep,
+                 posix::statFile(fileName, status) ? coNotRegularFile : coAbsent);
+        }
         return false;
     }
     ObjectPtr<IValidatedFile> validated = judge(fileName, searchStep);
-    if (!validated) return false;
+    if (!validated) {
+        tell(fileName, searchStep, coUnreadable);
+        return false;
+    }
 
     if (ObjectPtr<IValidFile> valid = validated->validFile()) {
         if (listsName(m_validFiles, valid->name())) {
             FF_LOG_INFO(kLogSource, kValidDuplicate << fileName);
+            tell(fileName, searchStep, coDuplicate);
             return false;
         }
         m_validFiles.push_back(valid);
         if (m_current == m_validFiles.end()) m_current = std::prev(m_validFiles.end());
         FF_LOG_INFO(kLogSource, kValidAdded << fileName);
+        tell(fileName, searchStep, coAccepted);
         return true;
     }
     ObjectPtr<IInvalidFile> invalid = validated->invalidFile();
     if (listsName(m_invalidFiles, invalid->name())) {
         FF_LOG_INFO(kLogSource, kInvalidDuplicate << fileName);
+        tell(fileName, searchStep, coDuplicate);
         return false;
     }
     m_invalidFiles.push_back(invalid);
     FF_LOG_INFO(kLogSource, kInvalidAdded << fileName);
+    tell(fileName, searchStep, coRefused, invalid->errorMessage());
     return false;
 }
 
 bool FoundFilesLazyIterator::wantsMissingCandidates() const {
     // A missing candidate leaves nothing but its trace and info lines, and trace lines
     // are only written when info lines are too.
-    return logging::logger().isEnabledFor(log4cplus::INFO_LOG_LEVEL) &&
-           logging::linesReachAnAppender();
+    // An observer is told about every candidate, the missing ones too.
+    return m_options.observer || (logging::logger().isEnabledFor(log4cplus::INFO_LOG_LEVEL) &&
+                                  logging::linesReachAnAppender());
+}
+
+bool FoundFilesLazyIterator::skipsUnlistableDirectories() const {
+    return m_options.skipUnlistableDirectories;
+}
+
+void FoundFilesLazyIterator::directorySkipped(const char* path, const char* error) {
+    FF_LOG_WARN(kLogSource, "Skipped a directory that cannot be listed: " << path << ": " << error);
+    if (m_options.observer) m_options.observer->directorySkipped(path, error);
+}
+
+void FoundFilesLazyIterator::tell(const char* fileName, unsigned int searchStep,
+                                  candidate_outcome_t outcome, const char* message) const {
+    if (m_options.observer)
+        m_options.observer->candidateSeen(fileName, static_cast<search_step_t>(searchStep & 0xFFFF),
+                                          outcome, message ? message : "");
 }
 
 ObjectPtr<IValidatedFile> FoundFilesLazyIterator::judge(const char* fileName,

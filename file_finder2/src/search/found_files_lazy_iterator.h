@@ -71,6 +71,8 @@ public:
     bool validateAndAdd(const char* fileName, unsigned int searchStep) override;
     /// Only while "*** DO__NOT__EXIST" lines reach someone.
     bool wantsMissingCandidates() const override;
+    bool skipsUnlistableDirectories() const override;
+    void directorySkipped(const char* path, const char* error) override;
 
     IInvalidFileIterator& currentlyFoundInvalid() { return m_invalidIterator; }
     /// The valid files found so far, without running further steps.
@@ -78,6 +80,9 @@ public:
 
 private:
     bool runStep(search_step_t step);
+    /// Tells the observer, if any, what became of a candidate.
+    void tell(const char* fileName, unsigned int searchStep, candidate_outcome_t outcome,
+              const char* message = "") const;
     /// The validator's verdict on the candidate, or on the kernel it carries; empty when
     /// the candidate is to be dropped without a trace.
     ObjectPtr<IValidatedFile> judge(const char* fileName, unsigned int searchStep);

@@ -22,6 +22,10 @@ public:
     /// (its directory's listing lacks the name) may leave it out and spare the container
     /// a look-up by full name. A container that says nothing gets every candidate.
     virtual bool wantsMissingCandidates() const { return true; }
+    /// Whether a directory that cannot be listed is to be skipped (directorySkipped) rather
+    /// than end the search with the file-system error.
+    virtual bool skipsUnlistableDirectories() const { return false; }
+    virtual void directorySkipped(const char* /*path*/, const char* /*error*/) {}
 
 protected:
     ~ISearchResultsContainer() = default;

@@ -20,6 +20,8 @@ SearchOptionValues SearchOptionValues::of(const ObjectPtr<ISearchOptions>& optio
     // Through the interface: a client may hand in options of its own making.
     values.recordedKernelNames = options->recordedKernelNames();
     values.unpackedKernelsOnly = options->unpackedKernelsOnly();
+    values.observer = options->observer();
+    values.skipUnlistableDirectories = options->skipUnlistableDirectories();
     BasicSearchOptions normalised;
     normalised.setSystemRoot(options->systemRoot());
     values.systemRoot = normalised.values().systemRoot;

@@ -15,6 +15,8 @@ struct SearchOptionValues {
     bool unpackedKernelsOnly = false;
     std::string systemRoot;                 ///< "" for this machine's root
     ObjectPtr<IRemoteSource> remoteSource;  ///< empty: no remote step
+    ISearchObserver* observer = nullptr;
+    bool skipUnlistableDirectories = false;
 
     /// The values of `options`; the defaults for null.
     static SearchOptionValues of(const ObjectPtr<ISearchOptions>& options);
@@ -39,6 +41,10 @@ public:
         m_values.remoteSource = source;
     }
     ObjectPtr<IRemoteSource> remoteSource() const override { return m_values.remoteSource; }
+    void setObserver(ISearchObserver* observer) override { m_values.observer = observer; }
+    ISearchObserver* observer() const override { return m_values.observer; }
+    void setSkipUnlistableDirectories(bool on) override { m_values.skipUnlistableDirectories = on; }
+    bool skipUnlistableDirectories() const override { return m_values.skipUnlistableDirectories; }
 
     const SearchOptionValues& values() const { return m_values; }
 

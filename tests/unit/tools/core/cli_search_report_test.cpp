@@ -27,6 +27,10 @@ std::vector<ResolveRow> sampleRows() {
     missing.otherNames = {"libc.so.6.debug"};
     missing.outcome.rejected.push_back({"/usr/lib/debug/\x1b[31mx\xff", "%ChecksumMismatch",
                                         FF_2_13::svHard, FF_2_13::ssSystemDirs});
+    missing.outcome.tried = {
+        {"/usr/lib/.build-id/ab/cd.debug", FF_2_13::ssAroundBinaryLookup, FF_2_13::coAbsent, ""},
+        {"/usr/lib/debug/\x1b[31mx\xff", FF_2_13::ssSystemDirs, FF_2_13::coRefused,
+         "%ChecksumMismatch"}};
     return {found, missing};
 }
 
@@ -70,6 +74,41 @@ TEST(SearchReport, JsonCarriesEveryFieldAndEscapesNamesThatAreNotUtf8) {
     // The path's 0xFF byte is no UTF-8: the name comes escaped, every byte kept.
     EXPECT_EQ(rejection["path"],
               nlohmann::json({{"percentEncoded", "/usr/lib/debug/\x1b[31mx%FF"}}));
+    EXPECT_EQ(sym["tried"][0], nlohmann::json({{"path", "/usr/lib/.build-id/ab/cd.debug"},
+                                               {"step", "around-binary"},
+                                               {"outcome", "absent"}}));
+    EXPECT_EQ(sym["tried"][1]["message"], "%ChecksumMismatch");
+    EXPECT_EQ(sym["reason"], "1 candidate refused: %ChecksumMismatch; nothing in 1 place");
+    EXPECT_FALSE(json[0].contains("reason"));
+    EXPECT_EQ(json[0]["tried"], nlohmann::json::array());
+}
+
+TEST(SearchReport, AMissSaysWhyInOneLine) {
+    using namespace FF_2_13;
+    const struct {
+        std::vector<candidate_outcome_t> outcomes;
+        std::vector<std::string> messages;
+        const char* reason;
+    } cases[] = {
+        {{}, {}, "no place to look: no search step applies to this name"},
+        {{coAbsent, coAbsent, coDuplicate}, {"", "", ""}, "no candidate existed in 1 place"},
+        {{coRefused, coAbsent, coRefused},
+         {"build-id differs", "", "build-id differs"},
+         "2 candidates refused: build-id differs; nothing in 1 place"},
+        {{coRefused, coRefused}, {"a", "b"}, "2 candidates refused, the first: a"},
+        {{coNotRegularFile, coUnreadable},
+         {"", ""},
+         "1 candidate not a regular file; 1 candidate unreadable"},
+    };
+    for (const auto& c : cases) {
+        Outcome outcome;
+        for (std::size_t i = 0; i < c.outcomes.size(); ++i)
+            outcome.tried.push_back({"/p", ssSystemDirs, c.outcomes[i], c.messages[i]});
+        EXPECT_EQ(missReason(outcome), c.reason);
+    }
+    Outcome failed;
+    failed.error = "cannot list /x";
+    EXPECT_EQ(missReason(failed), "the search failed: cannot list /x");
 }
 
 TEST(SearchReport, TableAlignsColumnsAndDisarmsControlCharacters) {
@@ -89,4 +128,21 @@ TEST(SearchReport, TableAlignsColumnsAndDisarmsControlCharacters) {
         table.find("rejected /usr/lib/debug/\\x1b[31mx\xff (system, hard): %ChecksumMismatch"),
         std::string::npos);
     EXPECT_EQ(table.find('\x1b'), std::string::npos);
+    EXPECT_NE(table.find("reason: 1 candidate refused: %ChecksumMismatch"), std::string::npos);
+    EXPECT_EQ(table.find(" tried /"), std::string::npos);
+
+    // Verbose: every candidate. A long name loses its middle, never its ends.
+    std::vector<ResolveRow> rows = sampleRows();
+    rows[0].request.name = "/" + std::string(200, 'a') + "\xc3\xa9nd";
+    std::ostringstream verbose;
+    writeTable(verbose, rows, true);
+    EXPECT_NE(verbose.str().find("tried /usr/lib/.build-id/ab/cd.debug (around-binary): absent"),
+              std::string::npos);
+    EXPECT_NE(verbose.str().find("a...a"), std::string::npos) << verbose.str();
+    EXPECT_NE(verbose.str().find("a\xc3\xa9nd  "), std::string::npos) << verbose.str();
+    std::string firstRow;
+    std::istringstream verboseLines(verbose.str());
+    std::getline(verboseLines, firstRow);
+    std::getline(verboseLines, firstRow);
+    EXPECT_LT(firstRow.size(), 2 * kMostColumnWidth + 40);
 }
