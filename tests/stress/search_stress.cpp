@@ -88,7 +88,6 @@ std::string stubBuildId(int i) {
     return id;
 }
 
-
 // Told by the searches of many threads at once.
 class CountingObserver : public ISearchObserver {
 public:
