@@ -138,6 +138,7 @@ TEST_F(FileFinderCli, BadUsageExitsTwoAndSaysWhatToDo) {
         {{"frobnicate"}, "unknown sub-command 'frobnicate' (see --help)"},
         {{"reslove", "--self"}, "unknown sub-command 'reslove'; did you mean 'resolve'?"},
         {{"dirs", "lst"}, "did you mean 'list'?"},
+        {{"bni", "x"}, "unknown sub-command 'bni'; did you mean 'bin'?"},
         {{"bin", "/a", "--serch-dir=binaries:/a"}, "unknown option '--serch-dir'; did you mean"},
         {{"--log-level", "loud", "bin", "/a"}, ""},
         {{"bin"}, ""},
