@@ -107,6 +107,13 @@ public:
     virtual void setSkipUnlistableDirectories(bool on) = 0;
     virtual bool skipUnlistableDirectories() const = 0;
 
+    /// The file retriever (IFileRetriever::retrieveChecksum) is asked for the remote
+    /// checksum of a requested name once per search, even when that question fails. Off by
+    /// default: a failed question is asked again at each candidate of the cache step, which
+    /// costs a slow or unreachable remote system one round trip per candidate.
+    virtual void setRemoteChecksumAskedOnce(bool on) = 0;
+    virtual bool remoteChecksumAskedOnce() const = 0;
+
     static ObjectPtr<ISearchOptions> create();
 };
 

@@ -158,7 +158,7 @@ ObjectPtr<IValidFile> FileSearch::findFile(const SearchRequest& request, const c
                    "ObjectPtr<IValidFile> FileSearch::findFile(IFileSearchStrategy&, "
                    "IValidatorInternal&, const char*, unsigned long long)");
     Validator validator(validatorCallback, m_confidencePolicy, request.category, requestedName,
-                        m_pSearchEnv->fileRetriever());
+                        m_pSearchEnv->fileRetriever(), m_options.remoteChecksumAskedOnce);
     StringContainer suggestions;
     if (suggestedFile) suggestions.add(suggestedFile);
 

@@ -17,6 +17,7 @@ struct SearchOptionValues {
     ObjectPtr<IRemoteSource> remoteSource;  ///< empty: no remote step
     ISearchObserver* observer = nullptr;
     bool skipUnlistableDirectories = false;
+    bool remoteChecksumAskedOnce = false;
 
     /// The values of `options`; the defaults for null.
     static SearchOptionValues of(const ObjectPtr<ISearchOptions>& options);
@@ -45,6 +46,8 @@ public:
     ISearchObserver* observer() const override { return m_values.observer; }
     void setSkipUnlistableDirectories(bool on) override { m_values.skipUnlistableDirectories = on; }
     bool skipUnlistableDirectories() const override { return m_values.skipUnlistableDirectories; }
+    void setRemoteChecksumAskedOnce(bool on) override { m_values.remoteChecksumAskedOnce = on; }
+    bool remoteChecksumAskedOnce() const override { return m_values.remoteChecksumAskedOnce; }
 
     const SearchOptionValues& values() const { return m_values; }
 

@@ -39,12 +39,14 @@ std::string remoteMismatchMessage(const char* name) {
 }  // namespace
 
 Validator::Validator(IValidatorCallback* callback, IConfidenceLevelPolicyCallback& policy,
-                     search_category_t category, const char* name, IFileRetriever* retriever)
+                     search_category_t category, const char* name, IFileRetriever* retriever,
+                     bool remoteChecksumAskedOnce)
     : m_callbackDecorator(callback),
       m_confidencePolicy(policy),
       m_category(category),
       m_fileRetriever(retriever),
-      m_requestedName(name ? name : "") {}
+      m_requestedName(name ? name : ""),
+      m_remoteChecksumAskedOnce(remoteChecksumAskedOnce) {}
 
 ObjectPtr<IValidatedFile> Validator::validate(const char* name) {
     return validateInternal(name, ssAskUser);
@@ -57,7 +59,8 @@ ObjectPtr<IValidatedFile> Validator::validateInternal(const char* name, unsigned
     const search_step_t searchStep = static_cast<search_step_t>(step & 0xffffu);
 
     if (searchStep == ssCacheSearchDir && m_fileRetriever) {
-        if (!m_remoteChecksumAsked) fetchRemoteChecksum();
+        if (!m_remoteChecksum && !(m_remoteChecksumAskedOnce && m_remoteChecksumAsked))
+            fetchRemoteChecksum();
         if (m_remoteChecksum && differsFromRemoteChecksum(name)) {
             FF_LOG_INFO(kLogSource, "Checksum mismatch with the remote file: " << name);
             return rejected(name, svHard, remoteMismatchMessage(name).c_str(), searchStep);
@@ -82,9 +85,8 @@ ObjectPtr<IValidatedFile> Validator::validateInternal(const char* name, unsigned
 void Validator::fetchRemoteChecksum() {
     m_remoteChecksumAsked = true;
     // The remote system knows files by the name the client asked for, not by where a
-    // candidate was found. The retriever is asked once per search: its answer, or its
-    // failure, holds for every candidate. Only absolute Linux names (after repairing backslashes)
-    // and the bare kernel image name mean something there.
+    // candidate was found. Only absolute Linux names (after repairing backslashes) and the
+    // bare kernel image name mean something there.
     std::string remoteName = m_requestedName;
     const bool linuxName = fixLinuxName(remoteName);
     if (!linuxName && !utils::isAbsolutePath(remoteName.c_str()) && remoteName != VMLINUX) return;

@@ -4,10 +4,10 @@
 //   1. in the cache step only (the low 16 bits of `step` are 128) and with a file
 //      retriever: compares the candidate's checksum with the one recorded on the remote
 //      system for the requested name; a mismatch rejects at once (severity 0), a match
-//      goes on to 2. The remote checksum is asked for once, on the first cache-step
-//      candidate, when the requested name allows it (an absolute Linux name, or
-//      "vmlinux"); it is kept only when the fetch succeeds, and a failed fetch is not
-//      repeated for the later candidates.
+//      goes on to 2. The remote checksum is asked for on the first cache-step candidate
+//      when the requested name allows it (an absolute Linux name, or "vmlinux"); it is
+//      kept only when the fetch succeeds. A failed fetch is tried again on the next
+//      candidate, or, when the search asks so, not at all (one question per search).
 //   2. the built-in checks and the client's callback (ValidatorCallbackDecorator);
 //   3. valid (0): accepted with confidence 0; invalid (1): rejected with the severity and
 //      message the checks set; undecided: the confidence-level policy decides (0 and 1
@@ -45,7 +45,8 @@ public:
     /// `name` is the name the client asked for (before any search); `callback` and
     /// `retriever` may be null.
     Validator(IValidatorCallback* callback, IConfidenceLevelPolicyCallback& policy,
-              search_category_t category, const char* name, IFileRetriever* retriever);
+              search_category_t category, const char* name, IFileRetriever* retriever,
+              bool remoteChecksumAskedOnce = false);
     ~Validator() = default;
 
     /// validateInternal(name, 64): a file the user named is judged as found by asking.
@@ -77,6 +78,7 @@ private:
     bool m_remoteChecksumAsked = false;
     IFileRetriever* m_fileRetriever;
     std::string m_requestedName;
+    const bool m_remoteChecksumAskedOnce;
 };
 
 }  // namespace FF_2_13

@@ -153,13 +153,17 @@ TEST_F(RemoteStage, OnlyTheCacheStepOfAnAbsoluteOrKernelNameAsksTheRetriever) {
     }
 }
 
-TEST_F(RemoteStage, AFailedFetchIsAskedOncePerSearchAndWhatItFilledIsIgnored) {
-    retriever.result = 5;
-    Validator validator(nullptr, policy, scBinaryFiles, kRemoteName, &retriever);
-    EXPECT_EQ("valid 1 step 128", fromCache(validator));
-    retriever.result = 0;  // a later candidate of the same search does not ask again
-    EXPECT_EQ("valid 1 step 128", fromCache(validator));
-    EXPECT_EQ(1u, retriever.asked.size());
+TEST_F(RemoteStage, AFailedFetchIsIgnoredAndAskedAgainUnlessTheSearchAsksOnce) {
+    for (const bool once : {false, true}) {
+        SCOPED_TRACE(once ? "asked once per search" : "asked at each candidate");
+        Retriever failing;
+        failing.result = 5;  // fills the holder all the same
+        Validator validator(nullptr, policy, scBinaryFiles, kRemoteName, &failing, once);
+        EXPECT_EQ("valid 1 step 128", fromCache(validator));
+        failing.result = 0;
+        EXPECT_EQ(once ? "valid 1 step 128" : mismatch, fromCache(validator));
+        EXPECT_EQ(once ? 1u : 2u, failing.asked.size());
+    }
 
     Retriever vanishing;
     vanishing.onFetch = [this] { ::unlink(cached.c_str()); };
