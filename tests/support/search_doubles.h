@@ -28,6 +28,10 @@ public:
         return stopAt && stopAt(fileName);
     }
     bool wantsMissingCandidates() const override { return missingWanted; }
+    bool reportsAbsentCandidates() const override { return absentReported; }
+    void candidateAbsent(const char* fileName, unsigned int) override {
+        absent.push_back(fileName);
+    }
     std::vector<std::string> paths() const {
         std::vector<std::string> result;
         for (const Offer& offer : offers) result.push_back(offer.path);
@@ -36,6 +40,8 @@ public:
     std::vector<Offer> offers;
     std::function<bool(const std::string&)> stopAt;
     bool missingWanted = true;
+    bool absentReported = false;
+    std::vector<std::string> absent;
 };
 
 class RecordingDirs : public FF_2_13::ISearchDirectoryContainer {

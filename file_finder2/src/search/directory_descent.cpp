@@ -8,7 +8,8 @@
 //   2. is listed to the end: the entries that may be directories are kept, and the listing
 //      tells whether the name looked for is there at all;
 //   3. offers dir/fileName to the container, unless the listing showed no such entry and
-//      the container does not want missing candidates; a true answer ends the scan;
+//      the container does not want missing candidates (it is then only named to a
+//      container that reports absent candidates); a true answer ends the scan;
 //   4. settles which kept entries are directories (links and entries of unknown type are
 //      stat'ed relative to it) and has them entered in listing order.
 // So a directory costs an open, an fstat, the reads of its listing and a close, each of
@@ -86,6 +87,7 @@ DirectoryDescent::DirectoryDescent(posix::DirectoryReader& reader, const std::st
       m_searchStep(searchStep),
       m_results(results),
       m_offerEveryCandidate(results.wantsMissingCandidates() || !isEntryName(fileName)),
+      m_reportAbsentCandidates(!m_offerEveryCandidate && results.reportsAbsentCandidates()),
       m_descriptorBound(descriptorBound()) {}
 
 bool DirectoryDescent::run(const std::string& searchDirectory) {
@@ -134,7 +136,11 @@ bool DirectoryDescent::visit(size_t nameAt) {
     if (dir.isOpen()) listing = list(dir, status.mode);
     const bool mayHoldCandidate =
         m_offerEveryCandidate || !dir.isOpen() || listing.error != 0 || listing.listsCandidate;
-    if (mayHoldCandidate && offerCandidate(nameAt)) return true;
+    if (mayHoldCandidate) {
+        if (offerCandidate(nameAt)) return true;
+    } else if (m_reportAbsentCandidates) {
+        m_results.candidateAbsent(candidateName(nameAt).c_str(), m_searchStep);
+    }
     // A regular file given as a directory has had its one candidate.
     if (!status.isDirectory) return false;
     if (!dir.isOpen()) {
@@ -175,7 +181,9 @@ DirectoryDescent::Listing DirectoryDescent::list(const posix::FileDescriptor& di
     posix::DirectoryReader::Entry entry;
     while (m_reader.next(entry, listing.error)) {
         const bool isDirectory = entry.kind == posix::EntryKind::directory;
-        if (!m_offerEveryCandidate && !isDirectory && m_fileName == entry.name)
+        // A directory of that name is offered only to be reported as what it is.
+        if (!m_offerEveryCandidate && (!isDirectory || m_reportAbsentCandidates) &&
+            m_fileName == entry.name)
             listing.listsCandidate = true;
         char kind = kListedDirectory;
         if (probe || entry.kind == posix::EntryKind::symbolicLink ||
@@ -223,10 +231,13 @@ bool DirectoryDescent::keepSubdirectories(const posix::FileDescriptor& dir, size
     return true;
 }
 
-bool DirectoryDescent::offerCandidate(size_t nameAt) {
+std::string DirectoryDescent::candidateName(size_t nameAt) const {
     // "/d" + "c.so" -> /d/c.so; joined, never normalised.
-    return m_results.validateAndAdd(
-        utils::addSubPart(fullName(nameAt).c_str(), m_fileName.c_str()).c_str(), m_searchStep);
+    return utils::addSubPart(fullName(nameAt).c_str(), m_fileName.c_str());
+}
+
+bool DirectoryDescent::offerCandidate(size_t nameAt) {
+    return m_results.validateAndAdd(candidateName(nameAt).c_str(), m_searchStep);
 }
 
 void DirectoryDescent::push(posix::FileDescriptor dir, size_t nameAt, size_t namesAt) {

@@ -64,6 +64,7 @@ private:
     /// directories (following links), each followed by '\0', in listing order.
     bool keepSubdirectories(const posix::FileDescriptor& dir, size_t entriesAt, size_t nameAt);
     bool offerCandidate(size_t nameAt);
+    std::string candidateName(size_t nameAt) const;
     void push(posix::FileDescriptor dir, size_t nameAt, size_t namesAt);
     void giveUp(Level& level);
     /// The full name of the sub-directory at `nameAt` of the top level (npos: of the top
@@ -82,6 +83,7 @@ private:
     /// Offer a candidate whatever the listing says: the container logs missing ones, or
     /// the name is not one an entry could have ("", "..", "a/b").
     const bool m_offerEveryCandidate;
+    const bool m_reportAbsentCandidates;
     /// Most descriptors kept open by the levels at once.
     const size_t m_descriptorBound;
 

@@ -147,10 +147,14 @@ bool FoundFilesLazyIterator::validateAndAdd(const char* fileName, unsigned int s
 
 bool FoundFilesLazyIterator::wantsMissingCandidates() const {
     // A missing candidate leaves nothing but its trace and info lines, and trace lines
-    // are only written when info lines are too.
-    // An observer is told about every candidate, the missing ones too.
-    return m_options.observer || (logging::logger().isEnabledFor(log4cplus::INFO_LOG_LEVEL) &&
-                                  logging::linesReachAnAppender());
+    // are only written when info lines are too. An observer hears of the ones left out
+    // through candidateAbsent.
+    return logging::logger().isEnabledFor(log4cplus::INFO_LOG_LEVEL) &&
+           logging::linesReachAnAppender();
+}
+
+void FoundFilesLazyIterator::candidateAbsent(const char* fileName, unsigned int searchStep) {
+    tell(fileName, searchStep, coAbsent);
 }
 
 bool FoundFilesLazyIterator::skipsUnlistableDirectories() const {

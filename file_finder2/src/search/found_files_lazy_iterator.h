@@ -71,6 +71,8 @@ public:
     bool validateAndAdd(const char* fileName, unsigned int searchStep) override;
     /// Only while "*** DO__NOT__EXIST" lines reach someone.
     bool wantsMissingCandidates() const override;
+    bool reportsAbsentCandidates() const override { return m_options.observer != nullptr; }
+    void candidateAbsent(const char* fileName, unsigned int searchStep) override;
     bool skipsUnlistableDirectories() const override;
     void directorySkipped(const char* path, const char* error) override;
 

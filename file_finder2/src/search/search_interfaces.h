@@ -22,6 +22,11 @@ public:
     /// (its directory's listing lacks the name) may leave it out and spare the container
     /// a look-up by full name. A container that says nothing gets every candidate.
     virtual bool wantsMissingCandidates() const { return true; }
+    /// Whether a producer that leaves out a missing candidate should still name it
+    /// (candidateAbsent): for a container that reports what was looked at without looking
+    /// each name up again.
+    virtual bool reportsAbsentCandidates() const { return false; }
+    virtual void candidateAbsent(const char* /*fileName*/, unsigned int /*searchStep*/) {}
     /// Whether a directory that cannot be listed is to be skipped (directorySkipped) rather
     /// than end the search with the file-system error.
     virtual bool skipsUnlistableDirectories() const { return false; }

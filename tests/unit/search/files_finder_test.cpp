@@ -138,6 +138,17 @@ TEST_F(FilesFinderTest, OffersOnlyListedCandidatesWhenTheContainerWantsNoMissing
     EXPECT_FALSE(finder.find("c.so", results));
     // The iterative candidate is offered whatever the listing says.
     EXPECT_EQ((Paths{d + "/c.so", d + "/x/c.so", d + "/x/y/c.so"}), results.paths());
+    EXPECT_EQ(Paths{}, results.absent);
+
+    // A container that reports what was looked at hears of the rest by name, without a
+    // look-up, and is offered the directory of that name to tell what it is.
+    RecordingResults reporting;
+    reporting.missingWanted = false;
+    reporting.absentReported = true;
+    EXPECT_FALSE(finder.find("c.so", reporting));
+    EXPECT_EQ((Paths{d + "/c.so", d + "/x/c.so", d + "/x/y/c.so", d + "/z/c.so"}),
+              reporting.paths());
+    EXPECT_EQ((Paths{d + "/c.so", d + "/z/c.so/c.so"}), reporting.absent);
 }
 
 TEST_F(FilesFinderTest, KeepsDescriptorsWithinItsBoundOnATreeDeeperThanTheBound) {
