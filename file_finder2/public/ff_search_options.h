@@ -95,8 +95,9 @@ public:
     virtual ObjectPtr<IRemoteSource> remoteSource() const = 0;
 
     /// Tells `observer` about every candidate and every skipped directory (null, the
-    /// default: nobody). Candidates that do not exist are looked at too, so that they can
-    /// be reported as absent; results, log lines and callbacks stay as they are.
+    /// default: nobody). Candidates that do not exist are reported as absent too (a
+    /// recursive walk knows them from its listings, without looking each one up); results,
+    /// log lines and callbacks stay as they are.
     virtual void setObserver(ISearchObserver* observer) = 0;
     virtual ISearchObserver* observer() const = 0;
 
