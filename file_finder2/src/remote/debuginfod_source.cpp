@@ -10,9 +10,11 @@
 #include <cctype>
 #include <cerrno>
 #include <chrono>
+#include <condition_variable>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
+#include <set>
 #include <shared_mutex>
 #include <string>
 
@@ -39,6 +41,42 @@ struct Settings {
 };
 
 #ifdef FF_HAVE_DEBUGINFOD
+
+// The client library races with itself when two of its clients fetch one file into one
+// cache at once: now and then one of them answers "not found" and leaves a miss in the
+// cache. Fetches of one file therefore take turns in this process; the later one finds
+// the earlier one's copy in the cache. Fetches of different files still run together.
+class FileTurn {
+public:
+    explicit FileTurn(std::string key) : m_key(std::move(key)) {
+        Fetching& fetching = underWay();
+        std::unique_lock<std::mutex> lock(fetching.mutex);
+        fetching.ended.wait(lock, [&] { return fetching.keys.count(m_key) == 0; });
+        fetching.keys.insert(m_key);
+    }
+    ~FileTurn() {
+        Fetching& fetching = underWay();
+        {
+            std::lock_guard<std::mutex> lock(fetching.mutex);
+            fetching.keys.erase(m_key);
+        }
+        fetching.ended.notify_all();
+    }
+    FileTurn(const FileTurn&) = delete;
+    FileTurn& operator=(const FileTurn&) = delete;
+
+private:
+    struct Fetching {
+        std::mutex mutex;
+        std::condition_variable ended;
+        std::set<std::string> keys;
+    };
+    static Fetching& underWay() {
+        static Fetching fetching;
+        return fetching;
+    }
+    const std::string m_key;
+};
 
 std::shared_mutex& environmentLock() {
     static std::shared_mutex lock;
@@ -219,6 +257,9 @@ private:
 #ifdef FF_HAVE_DEBUGINFOD
     ObjectPtr<IRemoteFile> fetchNow(remote_file_kind_t kind, const std::string& buildId,
                                     const char* sourcePath) {
+        // Before the environment lock, always in this order.
+        const FileTurn turn(std::to_string(kind) + ' ' + buildId + ' ' +
+                            (sourcePath ? sourcePath : ""));
         const unsigned int seconds = timeoutOf(m_settings);
         const std::string timeout = std::to_string(seconds);
         Transfer transfer{m_callback, m_cancelled, std::chrono::seconds(seconds)};
