@@ -93,15 +93,20 @@ ResolveRow Resolver::firstFound(const Request& request, const std::vector<std::s
         attempt.name = names[i];
         if (i > 0) ++m_total;
         Outcome outcome = answer(attempt);
+        // What every name met belongs to the row: its reason counts all of it.
         combined.rejected.insert(combined.rejected.end(), outcome.rejected.begin(),
                                  outcome.rejected.end());
+        combined.tried.insert(combined.tried.end(), outcome.tried.begin(), outcome.tried.end());
         if (!outcome.error.empty()) combined.error = outcome.error;
+        if (!outcome.serverMiss.empty()) combined.serverMiss = outcome.serverMiss;
         if (outcome.found()) {
             row.request.name = names[i];
             row.otherNames.assign(names.begin(), names.begin() + i);
             combined.path = outcome.path;
             combined.confidence = outcome.confidence;
             combined.step = outcome.step;
+            combined.server = outcome.server;
+            combined.serverMiss.clear();
             combined.error.clear();
             break;
         }

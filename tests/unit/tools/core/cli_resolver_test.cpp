@@ -60,6 +60,7 @@ Outcome foundAt(const std::string& path) {
 Outcome rejected(const std::string& path) {
     Outcome outcome;
     outcome.rejected.push_back({path, "%FileNotFound", FF_2_13::svHard, FF_2_13::ssSystemDirs});
+    outcome.tried.push_back({path, FF_2_13::ssSystemDirs, FF_2_13::coRefused, "%FileNotFound"});
     return outcome;
 }
 
@@ -141,7 +142,8 @@ TEST(Resolver, LooksForTheSymbolFileOfEachModuleUntilANameFindsIt) {
     EXPECT_EQ(sym.otherNames, std::vector<std::string>(names.begin(), names.end() - 1));
     EXPECT_EQ(sym.outcome.path, self);
     EXPECT_EQ(sym.outcome.rejected.size(), names.size() - 1);
-    EXPECT_EQ(rows[2].request.name, "/gone");  // and no symbol row for it
+    EXPECT_EQ(sym.outcome.tried.size(), names.size() - 1);  // every name's, for the reason
+    EXPECT_EQ(rows[2].request.name, "/gone");               // and no symbol row for it
     EXPECT_EQ(rows[3].request.name, script);
     EXPECT_EQ(rows[4].outcome.error, "the binary is not an ELF file, so it names no symbol file");
     // A deleted module: its binary held to what was loaded, its symbol file still looked
