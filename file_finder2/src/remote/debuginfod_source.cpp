@@ -173,28 +173,39 @@ std::string checkElfAnswer(const char* path, const std::string& buildId) {
     return problem;
 }
 
+// Whether a failed query failed in this process rather than in the servers' answer: the
+// client library now and then fails a query on its own (a bad descriptor, seen with
+// several threads fetching), and such a failure is worth one more try.
+bool failedLocally(int error, const Transfer& transfer) {
+    if (!transfer.abortReason.empty()) return false;  // timed out or cancelled: final
+    switch (error) {
+        case ENOENT:
+        case ENOSYS:
+        case ETIME:
+        case ETIMEDOUT:
+        case ECONNREFUSED:
+        case EHOSTUNREACH:
+        case ENETUNREACH:
+            return false;
+        default:
+            return true;
+    }
+}
+
+int askServers(remote_file_kind_t kind, const std::string& buildId, const char* sourcePath,
+               Transfer& transfer, char** path);
+
 ObjectPtr<IRemoteFile> query(remote_file_kind_t kind, const std::string& buildId,
                              const char* sourcePath, Transfer& transfer) {
-    debuginfod_client* client = debuginfod_begin();
-    if (!client) return IRemoteFile::missed("the debuginfod client could not be started");
-    debuginfod_set_user_data(client, &transfer);
-    debuginfod_set_progressfn(client, onProgress);
-    const auto* id = reinterpret_cast<const unsigned char*>(buildId.c_str());
     char* path = nullptr;
-    int fd = -ENOENT;
-    switch (kind) {
-        case rfDebugFile:
-            fd = debuginfod_find_debuginfo(client, id, 0, &path);
-            break;
-        case rfExecutable:
-            fd = debuginfod_find_executable(client, id, 0, &path);
-            break;
-        case rfSource:
-            fd = debuginfod_find_source(client, id, 0, sourcePath, &path);
-            break;
+    int fd = askServers(kind, buildId, sourcePath, transfer, &path);
+    if (fd < 0 && failedLocally(-fd, transfer)) {
+        FF_LOG_INFO(kLogSource, "debuginfod: " << buildId << " asked again after "
+                                               << describeError(-fd, transfer));
+        std::free(path);
+        path = nullptr;
+        fd = askServers(kind, buildId, sourcePath, transfer, &path);
     }
-    if (const char* url = debuginfod_get_url(client)) transfer.url = url;
-    debuginfod_end(client);
     if (fd < 0) {
         std::free(path);
         return IRemoteFile::missed(describeError(-fd, transfer).c_str());
@@ -207,6 +218,32 @@ ObjectPtr<IRemoteFile> query(remote_file_kind_t kind, const std::string& buildId
         if (!problem.empty()) return IRemoteFile::missed(problem.c_str());
     }
     return IRemoteFile::found(local.c_str(), transfer.url.c_str());
+}
+
+// One query through a client of its own: a descriptor of the cached file (`path` its
+// name), or minus the error.
+int askServers(remote_file_kind_t kind, const std::string& buildId, const char* sourcePath,
+               Transfer& transfer, char** path) {
+    debuginfod_client* client = debuginfod_begin();
+    if (!client) return -ENOMEM;
+    debuginfod_set_user_data(client, &transfer);
+    debuginfod_set_progressfn(client, onProgress);
+    const auto* id = reinterpret_cast<const unsigned char*>(buildId.c_str());
+    int fd = -ENOENT;
+    switch (kind) {
+        case rfDebugFile:
+            fd = debuginfod_find_debuginfo(client, id, 0, path);
+            break;
+        case rfExecutable:
+            fd = debuginfod_find_executable(client, id, 0, path);
+            break;
+        case rfSource:
+            fd = debuginfod_find_source(client, id, 0, sourcePath, path);
+            break;
+    }
+    if (const char* url = debuginfod_get_url(client)) transfer.url = url;
+    debuginfod_end(client);
+    return fd;
 }
 
 #endif  // FF_HAVE_DEBUGINFOD
