@@ -1,6 +1,6 @@
 // The ELF identity reader on images made here byte by byte: both classes, both byte
-// orders, damaged in every way a header can be. Files made by the compiler and binutils
-// are read in identity_validators_test.
+// orders, with and without sections. Hostile headers are fuzz_elf_identity's; files made by
+// the compiler and binutils are read in identity_validators_test.
 #include "elf/elf_identity_reader.h"
 
 #include <gtest/gtest.h>
@@ -178,39 +178,6 @@ TEST(ElfIdentityReader, TellsNonElfInputFromUnreadableFiles) {
     // A file reads as its image does.
     const std::string file = dir.makeFile("app", buildElf(ElfSpec{}));
     EXPECT_EQ(readElfIdentity(file.c_str()).buildId, "3a9f00c1d2");
-}
-
-// Headers that claim what the file does not hold. (Random damage and truncation anywhere
-// are fuzz_elf_identity's.)
-TEST(ElfIdentityReader, SurvivesHostileHeaders) {
-    const std::string good = buildElf(ElfSpec{});
-    const struct {
-        const char* what;
-        std::size_t at, width;
-        std::uint64_t value;
-    } damages[] = {
-        {"section count beyond the file", 60, 2, 0xfffe},
-        {"section count in section 0, beyond the file", 60, 2, 0},
-        {"section entry size zero", 58, 2, 0},
-        {"section table offset near the end of the address space", 40, 8, ~0ull - 8},
-        {"name table index out of range", 62, 2, 77},
-        {"segment count beyond the file", 56, 2, 0xfffe},
-        {"note descriptor size 4 GiB", kNoteAt + 4, 4, 0xffffffff},
-        {"note name size 4 GiB", kNoteAt, 4, 0xffffffff},
-        {"note area size 2^63", kShdrAt + 2 * 64 + 32, 8, 1ull << 63},
-        {"note area larger than any note area", kShdrAt + 2 * 64 + 32, 8, 2u << 20},
-        {"debug link offset beyond the file", kShdrAt + 3 * 64 + 24, 8, 1ull << 40},
-        {"debug link size 4 GiB", kShdrAt + 3 * 64 + 32, 8, 0xffffffff},
-        {"name offset beyond the name table", kShdrAt + 3 * 64, 4, 0x7fffffff},
-        {"name table size 2^40", kShdrAt + 64 + 32, 8, 1ull << 40},
-    };
-    for (const auto& damage : damages) {
-        SCOPED_TRACE(damage.what);
-        ElfWriter out(false, good);
-        out.put(damage.at, damage.value, damage.width);
-        const ElfIdentity identity = read(out.image());
-        EXPECT_TRUE(identity.buildId.empty() || identity.buildId == "3a9f00c1d2");
-    }
 }
 
 TEST(FileIdentity, IsMadeFromARecordedBuildIdOfWholeBytes) {

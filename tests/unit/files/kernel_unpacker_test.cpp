@@ -5,9 +5,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
-#include <zlib.h>
 
-#include <boost/filesystem.hpp>
 #include <string>
 #include <vector>
 
@@ -134,62 +132,13 @@ TEST_F(KernelUnpacker, RefusalsSayWhyAndLeaveNoOutput) {
     EXPECT_RESULT(utils::unpackKernelImage(nullptr, output.c_str()), kuInputNotReadable, kcNone);
 }
 
-// The parts of an xz stream that carry their own CRC32.
-std::string withCrc32(const std::string& bytes) {
-    const uLong crc = crc32(0, reinterpret_cast<const Bytef*>(bytes.data()), bytes.size());
-    std::string out = bytes;
-    for (int i = 0; i < 4; ++i) out.push_back(static_cast<char>(crc >> (8 * i)));
-    return out;
-}
-
-// Headers that ask for more than any kernel needs, or promise data that is not there: each
-// is refused, leaves nothing, and never gets the memory it asks for.
-TEST_F(KernelUnpacker, HostileHeadersAreRefusedWithoutTheMemoryTheyAsk) {
-    const std::string junk(4096, '\x5A');
-    const struct {
-        const char* what;
-        std::string contents;
-        kernel_unpack_status_t status;
-    } cases[] = {
-        {"gzip: an extra field of 64 KiB that is not there",
-         std::string("\x1F\x8B\x08\x04\0\0\0\0\0\x03\xFF\xFF", 12) + "short", kuTruncatedStream},
-        {"xz: a dictionary of 4 GiB",
-         std::string("\xFD\x37\x7A\x58\x5A\0", 6) + withCrc32(std::string("\0\x01", 2)) +
-             withCrc32(std::string("\x02\x00\x21\x01\x28\0\0\0", 8)) + junk,
-         kuCorruptStream},
-        {"lzma: a dictionary of 2 GiB and no size",
-         std::string("\x5D\0\0\0\x80", 5) + std::string(8, '\xFF') + junk, kuCorruptStream},
-        {"bzip2: a block of the largest size with a wrong checksum",
-         std::string("BZh9\x31\x41\x59\x26\x53\x59") + junk, kuCorruptStream},
-        {"lz4: a block of 2 GiB", std::string("\x02\x21\x4C\x18\xFF\xFF\xFF\x7F", 8) + junk,
-         kuCorruptStream},
-        {"zstd: a window of 2 GiB", std::string("\x28\xB5\x2F\xFD\x00\xA8", 6) + junk,
-         kuCorruptStream},
-    };
-    rusage before{}, after{};
-    ::getrusage(RUSAGE_SELF, &before);
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        const KernelUnpackResult r = unpack(c.contents);
-        EXPECT_EQ(r.status, c.status) << utils::describeKernelUnpack(r);
-        EXPECT_EQ(fftest::entryNames(dir.path()), std::vector<std::string>{"vmlinuz"});
-    }
-    ::getrusage(RUSAGE_SELF, &after);
-    EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 64 * 1024);  // KiB
-}
-
-// An ELF header then 64 MiB of zeros: unpacking stops at the limit, keeps nothing, and
-// memory stays within the format's window (1 MiB here) and the buffers.
-TEST_F(KernelUnpacker, DecompressionBombStopsAtTheLimitInBoundedMemory) {
+// An ELF header then 64 MiB of zeros: unpacking stops at the limit and keeps nothing.
+// (Memory while unpacking is measured by bench_kernel_image.)
+TEST_F(KernelUnpacker, DecompressionBombStopsAtTheLimit) {
     std::string bomb = fftest::elfLikeFile(16);
     bomb.resize(64 << 20, '\0');
-    const std::string stream = fftest::compressWith("xz -c --lzma2=dict=1MiB", bomb, dir);
-    bomb = std::string();
-    rusage before{}, after{};
-    ::getrusage(RUSAGE_SELF, &before);
-    EXPECT_RESULT(unpack(bootCode() + stream, 8 << 20), kuTooLarge, kcXz);
-    ::getrusage(RUSAGE_SELF, &after);
-    EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 16 * 1024);  // KiB
+    EXPECT_RESULT(unpack(bootCode() + fftest::compressWith("xz -c", bomb, dir), 8 << 20),
+                  kuTooLarge, kcXz);
     EXPECT_TRUE(nothingLeft());
 }
 
@@ -205,24 +154,6 @@ TEST_F(KernelUnpacker, FullDiskFailsAsOutputNotWritableAndLeavesNothing) {
                   return r.status == kuOutputNotWritable && r.systemError == EFBIG;
               }));
     EXPECT_TRUE(nothingLeft());
-}
-
-// The one test that reads this machine's own kernels, when there are any.
-TEST(KernelUnpackerOnThisMachine, InstalledKernelImagesUnpackToElf) {
-    boost::system::error_code error;  // no /boot: nothing to try
-    std::vector<std::string> images;
-    for (boost::filesystem::directory_iterator it("/boot", error), end; !error && it != end;
-         it.increment(error))
-        if (it->path().filename().string().rfind("vmlinuz-", 0) == 0)
-            images.push_back(it->path().string());
-    if (images.empty()) GTEST_SKIP() << "no /boot/vmlinuz-* here";
-    fftest::TempDir dir;
-    for (const std::string& image : images) {
-        const KernelUnpackResult r = unpackCompressedFile(image, dir / "vmlinux");
-        if (r.status == kuInputNotReadable) continue;  // root-only images, as a user
-        EXPECT_EQ(r.status, kuUnpacked) << image << ": " << utils::describeKernelUnpack(r);
-        EXPECT_EQ(readFile(dir / "vmlinux").compare(0, 4, "\x7F\x45\x4C\x46"), 0);
-    }
 }
 
 }  // namespace
