@@ -231,6 +231,9 @@ TEST_F(FileFinderCli, NothingFoundListsEachRejectedCandidateAndExitsOne) {
     EXPECT_NE(nowhere.out.find("tried " + (dir / "nowhere/lost.so") + " (low-priority): absent"),
               std::string::npos)
         << nowhere.out;
+    const Result noBinary = run({"sym", "lost.debug", "--binary", "gone/app"});
+    EXPECT_EQ(noBinary.code, 1);
+    EXPECT_NE(noBinary.err.find("warning: --binary gone/app does not exist"), std::string::npos);
 }
 
 TEST_F(FileFinderCli, AManifestResolvesEveryGoodLineAndReportsTheBadOnes) {

@@ -137,6 +137,10 @@ int runSingleSearch(const SingleSearch& command) {
         return fail(kExitBadInput, command.name + " is a directory; give the name of a file");
     if (command.kind == RequestKind::kSymbol && command.binary.empty() && command.buildId.empty())
         return fail(kExitBadInput, "give the --binary of the symbol file, or its --build-id");
+    // A mistyped binary would otherwise make the miss read as if nothing were anywhere.
+    if (!command.binary.empty() && !std::filesystem::exists(command.binary, ignored))
+        std::cerr << "file-finder: warning: --binary " << command.binary
+                  << " does not exist: the steps that look beside it find nothing\n";
     if (!command.checksum.empty()) {
         ExpectedChecksum checksum;
         if (!parseChecksum(command.checksum, checksum, error))
