@@ -70,23 +70,28 @@ int answerAndPrint(const SearchSettings& settings, const SearchOptions& options,
         remote = FF_2_13::ObjectPtr<RemoteFetches>(new RemoteFetches(debuginfod));
     }
     std::unique_ptr<FileLocator> locator = makeLibraryLocator(settings, remote);
+    std::vector<ResolveRow> rows;
+    bool answered = false;
     if (remote) {
         // A first, local run notes what the servers will be asked; it is all fetched at
-        // once, and the real run finds it in the memo.
+        // once, and the real run finds it in the memo. When nothing was to be fetched, the
+        // local run's answers are the answers.
         remote->setRecordOnly(true);
         Resolver local(*locator);
-        gather(local);
+        rows = gather(local);
         remote->setRecordOnly(false);
-        remote->fetchRecorded(kFetchThreads);
+        answered = remote->fetchRecorded(kFetchThreads) == 0;
         transfers.done();
     }
-    ProgressLine progress;
-    Resolver resolver(*locator, [&progress](std::size_t done, std::size_t total) {
-        progress.update(done, total);
-    });
-    const std::vector<ResolveRow> rows = gather(resolver);
-    progress.done();
-    transfers.done();
+    if (!answered) {
+        ProgressLine progress;
+        Resolver resolver(*locator, [&progress](std::size_t done, std::size_t total) {
+            progress.update(done, total);
+        });
+        rows = gather(resolver);
+        progress.done();
+        transfers.done();
+    }
     if (options.json)
         std::cout << toJson(rows).dump(2) << '\n';
     else

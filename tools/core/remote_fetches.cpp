@@ -45,7 +45,7 @@ bool RemoteFetches::recordOnly() const {
     return m_recordOnly;
 }
 
-void RemoteFetches::fetchRecorded(unsigned threads) {
+std::size_t RemoteFetches::fetchRecorded(unsigned threads) {
     std::vector<Key> work;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
@@ -68,6 +68,7 @@ void RemoteFetches::fetchRecorded(unsigned threads) {
     for (std::size_t i = 1; i < count; ++i) pool.emplace_back(worker);
     worker();  // this thread is one of them
     for (std::thread& thread : pool) thread.join();
+    return work.size();
 }
 
 ObjectPtr<IRemoteFile> RemoteFetches::takeLastAnswer() {

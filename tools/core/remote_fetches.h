@@ -35,8 +35,8 @@ public:
     /// On: a fetch not answered yet is noted and missed, without a transfer.
     void setRecordOnly(bool on);
     bool recordOnly() const;
-    /// Fetches every noted request, `threads` at a time, into the memo.
-    void fetchRecorded(unsigned threads);
+    /// Fetches every noted request, `threads` at a time, into the memo; how many there were.
+    std::size_t fetchRecorded(unsigned threads);
 
     /// The answer the calling thread was given last, or an empty pointer; forgets it.
     FF_2_13::ObjectPtr<FF_2_13::IRemoteFile> takeLastAnswer();
