@@ -99,6 +99,8 @@ public:
     /// it alive while the source may fetch.
     virtual void setProgressCallback(IRemoteProgressCallback* callback) = 0;
     /// Ends every transfer under way and every later one, as misses; resume() undoes it.
+    /// A transfer ended so (or by the progress callback, or stalled) is not remembered as
+    /// a miss in the cache: a later fetch asks the servers again.
     virtual void cancel() = 0;
     virtual void resume() = 0;
 

@@ -277,6 +277,29 @@ TEST_F(Debuginfod, FetchesDebugFileExecutableAndSourceThenAnswersFromTheCache) {
     EXPECT_STREQ(symbols->name(), cached->name());
 }
 
+// A progress callback hears of a transfer and may end it; cancel() ends every fetch until
+// resume(). Neither leaves anything in the cache.
+TEST_F(Debuginfod, ProgressMayEndATransferAndCancelEndsEveryFetchUntilResumed) {
+    const Build app = buildProgram(dir, "app", 6);
+    Server server(dir, {app.buildId});
+    struct Progress : IRemoteProgressCallback {
+        bool onProgress(const char*, long long, long long) override { return ++calls, carryOn; }
+        int calls = 0;
+        bool carryOn = false;
+    } progress;
+    ObjectPtr<IDebuginfodSource> debuginfod = source(server.url());
+    debuginfod->setProgressCallback(&progress);
+    auto fetch = [&] { return debuginfod->fetch(rfDebugFile, app.buildId.c_str(), nullptr); };
+    EXPECT_STREQ("cancelled", fetch()->reason());
+    EXPECT_GT(progress.calls, 0);
+    debuginfod->cancel();
+    progress.carryOn = true;
+    EXPECT_STREQ("cancelled", fetch()->reason());
+    debuginfod->resume();
+    const ObjectPtr<IRemoteFile> fetched = fetch();
+    EXPECT_TRUE(readFile(app.debugFile) == readFile(fetched->path())) << fetched->reason();
+}
+
 TEST_F(Debuginfod, EightThreadsFetchAtOnce) {
     const Build one = buildProgram(dir, "one", 1), two = buildProgram(dir, "two", 2);
     Server server(dir, {one.buildId, two.buildId});

@@ -25,6 +25,10 @@
 #ifdef FF_HAVE_DEBUGINFOD
 #include <elfutils/debuginfod.h>
 #include <unistd.h>
+
+#include <ctime>
+
+#include "remote/debuginfod_miss_markers.h"
 #endif
 
 namespace FF_2_13 {
@@ -198,6 +202,7 @@ int askServers(remote_file_kind_t kind, const std::string& buildId, const char* 
 ObjectPtr<IRemoteFile> query(remote_file_kind_t kind, const std::string& buildId,
                              const char* sourcePath, Transfer& transfer) {
     char* path = nullptr;
+    const std::int64_t started = std::time(nullptr) - 1;  // file times are coarse
     int fd = askServers(kind, buildId, sourcePath, transfer, &path);
     if (fd < 0 && failedLocally(-fd, transfer)) {
         FF_LOG_INFO(kLogSource, "debuginfod: " << buildId << " asked again after "
@@ -208,6 +213,8 @@ ObjectPtr<IRemoteFile> query(remote_file_kind_t kind, const std::string& buildId
     }
     if (fd < 0) {
         std::free(path);
+        // Stopped, not answered: the next fetch must ask the servers again.
+        if (!transfer.abortReason.empty()) forgetMissMarkers(kind, buildId, started);
         return IRemoteFile::missed(describeError(-fd, transfer).c_str());
     }
     ::close(fd);
