@@ -358,7 +358,7 @@ TEST_F(Debuginfod, DamagedSlowAndWrongAnswersAreMisses) {
         std::string reason;
     } cases[] = {
         {"never answers", "", "timed out"},
-        {"truncated", httpOk(elf.substr(0, elf.size() / 2), elf.size()), ""},
+        {"truncated", httpOk(elf.substr(0, elf.size() / 2), elf.size()), "cut off"},
         {"zero length", httpOk("", 0), ""},
         {"not ELF", httpOk("#!/bin/sh\necho hello\n", 21), "not an ELF file"},
         {"flipped bits",
@@ -369,6 +369,9 @@ TEST_F(Debuginfod, DamagedSlowAndWrongAnswersAreMisses) {
          "not an ELF file"},
         {"wrong build", httpOk(elf, elf.size()), "has the build-id " + other.buildId},
         {"server error", "HTTP/1.1 500 Internal Server Error\r\nContent-Length: 0\r\n\r\n", ""},
+        {"not found",
+         "HTTP/1.1 404 Not Found\r\nContent-Length: 9000\r\n\r\n" + std::string(9000, 'x'),
+         "not found on any server"},
     };
     int n = 0;
     for (const auto& c : cases) {

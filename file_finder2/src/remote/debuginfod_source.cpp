@@ -120,6 +120,7 @@ struct Transfer {
     const std::chrono::steady_clock::duration stallLimit;
     std::chrono::steady_clock::time_point lastMove = std::chrono::steady_clock::now();
     long lastReceived = -1;
+    long lastTotal = 0;  // the size of the file being received; 0 until one is
     std::string url;
     std::string abortReason;
 };
@@ -127,6 +128,7 @@ struct Transfer {
 int onProgress(debuginfod_client* client, long received, long total) {
     auto* transfer = static_cast<Transfer*>(debuginfod_get_user_data(client));
     if (const char* url = debuginfod_get_url(client)) transfer->url = url;
+    transfer->lastTotal = total;
     if (transfer->cancelled) {
         transfer->abortReason = "cancelled";
         return 1;
@@ -211,6 +213,11 @@ ObjectPtr<IRemoteFile> query(remote_file_kind_t kind, const std::string& buildId
         path = nullptr;
         fd = askServers(kind, buildId, sourcePath, transfer, &path);
     }
+    // The client library takes a transfer that ends early for "not found", although a
+    // server had begun to send a file of known size.
+    if (fd == -ENOENT && transfer.abortReason.empty() && transfer.lastTotal > 0 &&
+        transfer.lastReceived < transfer.lastTotal)
+        transfer.abortReason = "the transfer was cut off before its end";
     if (fd < 0) {
         std::free(path);
         // Stopped, not answered: the next fetch must ask the servers again.
