@@ -145,6 +145,7 @@ TEST_F(FileFinderCli, BadUsageExitsTwoAndSaysWhatToDo) {
         {{"bin", ""}, "give the NAME of the file"},
         {{"bin", "adir"}, "adir is a directory; give the name of a file"},
         {{"sym", "x.debug"}, ""},
+        {{"sym", "--binary", "gone"}, "the binary gone does not exist; give the NAME"},
         {{"archive", "f"}, ""},
         {{"archive", "missing.so", "--archive-dir", "arch"}, ""},
         {{"bin", "/a", "--checksum", "md5:12"}, ""},
@@ -524,6 +525,9 @@ TEST_F(FileFinderCli, SymAndBinRefuseFilesOfOtherBuildsAndFindTheRightOne) {
         {"sym libN.so.debug --binary nb/libN.so", "", "the binary's debug link records"},
         {"sym libN.so.debug --binary nb/libN.so --search-dir=symbols:right", "right/libN.so.debug",
          ""},
+        // Without a name: the binary's build-id name, then its debug link.
+        {"sym --binary bin/libE.so.1 --search-dir=symbols:good", "good/BYID.debug", ""},
+        {"sym --binary nb/libN.so --search-dir=symbols:right", "right/libN.so.debug", ""},
         {"sym --build-id ID --search-dir=symbols:wrong", "", "is not the build ID of the binary"},
         {"sym --build-id ID --search-dir=symbols,high:wrong --search-dir=symbols:good",
          "good/BYID.debug", ""},

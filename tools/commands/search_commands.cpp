@@ -5,6 +5,7 @@
 //  2. gather the requests;
 //  3. get the file locator (file_locator.h) and answer the requests through a Resolver;
 //  4. print the rows as a table or as JSON, and exit 0 when everything was found.
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -135,17 +136,14 @@ int runSingleSearch(const SingleSearch& command) {
     request.name = command.name;
     request.binary = command.binary;
     if (!identityOf(command, request.identity, error)) return fail(kExitBadInput, error);
-    if (command.name.empty() && command.buildId.empty())
+    const bool symbolOfBinary = command.kind == RequestKind::kSymbol && !command.binary.empty();
+    if (command.name.empty() && command.buildId.empty() && !symbolOfBinary)
         return fail(kExitBadInput, "give the NAME of the file, or its --build-id");
     std::error_code ignored;
     if (!command.name.empty() && std::filesystem::is_directory(command.name, ignored))
         return fail(kExitBadInput, command.name + " is a directory; give the name of a file");
     if (command.kind == RequestKind::kSymbol && command.binary.empty() && command.buildId.empty())
         return fail(kExitBadInput, "give the --binary of the symbol file, or its --build-id");
-    // A mistyped binary would otherwise make the miss read as if nothing were anywhere.
-    if (!command.binary.empty() && !std::filesystem::exists(command.binary, ignored))
-        std::cerr << "file-finder: warning: --binary " << command.binary
-                  << " does not exist: the steps that look beside it find nothing\n";
     if (!command.checksum.empty()) {
         ExpectedChecksum checksum;
         if (!parseChecksum(command.checksum, checksum, error))
@@ -163,6 +161,24 @@ int runSingleSearch(const SingleSearch& command) {
         names.push_back(command.kind == RequestKind::kSymbol ? buildIdDebugName(id)
                                                              : buildIdBinaryName(id));
     }
+    // Then the names the binary gives its symbol file, as resolve looks for them: a
+    // debug package installs symbol files under the build-id name only.
+    if (symbolOfBinary && request.identity) {
+        const bool onDisk = std::filesystem::exists(command.binary, ignored);
+        for (const std::string& name : symbolFileNames(*request.identity, command.binary, onDisk))
+            if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);
+    }
+    if (names.empty())
+        return fail(kExitBadInput, "the binary " + command.binary +
+                                       (std::filesystem::exists(command.binary, ignored)
+                                            ? " has no build-id and no debug link to name its "
+                                              "symbol file by"
+                                            : " does not exist") +
+                                       "; give the NAME of the symbol file");
+    // A mistyped binary would otherwise make the miss read as if nothing were anywhere.
+    if (!command.binary.empty() && !std::filesystem::exists(command.binary, ignored))
+        std::cerr << "file-finder: warning: --binary " << command.binary
+                  << " does not exist: the steps that look beside it find nothing\n";
     request.name = names.front();
     return answerAndPrint(settings, command.search, [&](Resolver& resolver) {
         return names.size() == 1 ? resolver.resolveRequests({request})
@@ -245,7 +261,8 @@ void addSingleSearch(CLI::App& app, CommandAction& action, RequestKind kind) {
         case RequestKind::kSymbol:
             sub = app.add_subcommand("sym", "Find the symbol file of a binary");
             sub->add_option("NAME", command->name,
-                            "The symbol file as recorded (may be left out with --build-id)");
+                            "The symbol file as recorded (may be left out with --build-id or "
+                            "--binary: the binary's build-id and debug link name it)");
             sub->add_option("--binary", command->binary,
                             "The binary the symbol file belongs to (may be left out with "
                             "--build-id)")
@@ -254,6 +271,7 @@ void addSingleSearch(CLI::App& app, CommandAction& action, RequestKind kind) {
                 std::string("Examples:\n"
                             "  file-finder sym libx.so.1.debug --binary /opt/app/lib/libx.so.1\n"
                             "  file-finder sym .build-id/3a/9f00c1d2.debug --binary /usr/bin/ls\n"
+                            "  file-finder sym --binary /usr/lib/x86_64-linux-gnu/libc.so.6\n"
                             "  file-finder sym app.debug --binary /opt/app/bin/app \\\n"
                             "      --search-dir=symbols,recursive:/srv/debug --checksum "
                             "md5:9e107d9d372bb6826bd81d3542a419d6\n"
