@@ -130,13 +130,13 @@ declare -A unpackTool=([gzip]="zcat" [xz]="xz -dc" [lzma]="xz --format=lzma -dc"
 # The format's own window, which the library may use on top of 16 MiB (MiB).
 declare -A window=([gzip]=0 [xz]=32 [lzma]=64 [bzip2]=4 [lz4]=8 [zstd]=8)
 for f in "${formats[@]}"; do
-  stream="$elf.$f"
-  if [[ ! -s "$stream" ]]; then
-    ${pack[$f]} -c <"$elf" >"$stream.tmp"
-    mv "$stream.tmp" "$stream"
+  packed="$elf.$f"  # not $stream: that is the gzip kernel's, measured again below
+  if [[ ! -s "$packed" ]]; then
+    ${pack[$f]} -c <"$elf" >"$packed.tmp"
+    mv "$packed.tmp" "$packed"
   fi
   if [[ ! -s "$elf.$f.image" ]]; then
-    { head -c 16384 /dev/zero | tr '\0' '0'; cat "$stream"; printf '\0\0\0\4'; } >"$elf.$f.image"
+    { head -c 16384 /dev/zero | tr '\0' '0'; cat "$packed"; printf '\0\0\0\4'; } >"$elf.$f.image"
   fi
 done
 cat "$elf".* >/dev/null
