@@ -104,10 +104,11 @@ public:
     virtual void cancel() = 0;
     virtual void resume() = 0;
 
-    /// A new source. Always made; when the library was built without libdebuginfod, every
-    /// fetch is a miss that says so (see available()).
+    /// A new source. Always made; when the library was built without libdebuginfod, or
+    /// cannot load it, every fetch is a miss that says so (see available()).
     static ObjectPtr<IDebuginfodSource> create();
-    /// Whether the library was built with libdebuginfod.
+    /// Whether the library was built with libdebuginfod and can load it: it is loaded
+    /// (libdebuginfod.so.1, with its HTTP client) when first needed, not at start-up.
     static bool available();
 };
 

@@ -23,11 +23,11 @@
 #include "ff_remote_source.h"
 
 #ifdef FF_HAVE_DEBUGINFOD
-#include <elfutils/debuginfod.h>
 #include <unistd.h>
 
 #include <ctime>
 
+#include "remote/debuginfod_library.h"
 #include "remote/debuginfod_miss_markers.h"
 #endif
 
@@ -126,8 +126,10 @@ struct Transfer {
 };
 
 int onProgress(debuginfod_client* client, long received, long total) {
-    auto* transfer = static_cast<Transfer*>(debuginfod_get_user_data(client));
-    if (const char* url = debuginfod_get_url(client)) transfer->url = url;
+    std::string unused;
+    const DebuginfodLibrary& library = *debuginfodLibrary(unused);  // loaded: it calls us
+    auto* transfer = static_cast<Transfer*>(library.getUserData(client));
+    if (const char* url = library.getUrl(client)) transfer->url = url;
     transfer->lastTotal = total;
     if (transfer->cancelled) {
         transfer->abortReason = "cancelled";
@@ -198,20 +200,21 @@ bool failedLocally(int error, const Transfer& transfer) {
     }
 }
 
-int askServers(remote_file_kind_t kind, const std::string& buildId, const char* sourcePath,
-               Transfer& transfer, char** path);
+int askServers(const DebuginfodLibrary& library, remote_file_kind_t kind,
+               const std::string& buildId, const char* sourcePath, Transfer& transfer, char** path);
 
-ObjectPtr<IRemoteFile> query(remote_file_kind_t kind, const std::string& buildId,
-                             const char* sourcePath, Transfer& transfer) {
+ObjectPtr<IRemoteFile> query(const DebuginfodLibrary& library, remote_file_kind_t kind,
+                             const std::string& buildId, const char* sourcePath,
+                             Transfer& transfer) {
     char* path = nullptr;
     const std::int64_t started = std::time(nullptr) - 1;  // file times are coarse
-    int fd = askServers(kind, buildId, sourcePath, transfer, &path);
+    int fd = askServers(library, kind, buildId, sourcePath, transfer, &path);
     if (fd < 0 && failedLocally(-fd, transfer)) {
         FF_LOG_INFO(kLogSource, "debuginfod: " << buildId << " asked again after "
                                                << describeError(-fd, transfer));
         std::free(path);
         path = nullptr;
-        fd = askServers(kind, buildId, sourcePath, transfer, &path);
+        fd = askServers(library, kind, buildId, sourcePath, transfer, &path);
     }
     // The client library takes a transfer that ends early for "not found", although a
     // server had begun to send a file of known size.
@@ -236,27 +239,28 @@ ObjectPtr<IRemoteFile> query(remote_file_kind_t kind, const std::string& buildId
 
 // One query through a client of its own: a descriptor of the cached file (`path` its
 // name), or minus the error.
-int askServers(remote_file_kind_t kind, const std::string& buildId, const char* sourcePath,
-               Transfer& transfer, char** path) {
-    debuginfod_client* client = debuginfod_begin();
+int askServers(const DebuginfodLibrary& library, remote_file_kind_t kind,
+               const std::string& buildId, const char* sourcePath, Transfer& transfer,
+               char** path) {
+    debuginfod_client* client = library.begin();
     if (!client) return -ENOMEM;
-    debuginfod_set_user_data(client, &transfer);
-    debuginfod_set_progressfn(client, onProgress);
+    library.setUserData(client, &transfer);
+    library.setProgressFunction(client, onProgress);
     const auto* id = reinterpret_cast<const unsigned char*>(buildId.c_str());
     int fd = -ENOENT;
     switch (kind) {
         case rfDebugFile:
-            fd = debuginfod_find_debuginfo(client, id, 0, path);
+            fd = library.findDebugInfo(client, id, 0, path);
             break;
         case rfExecutable:
-            fd = debuginfod_find_executable(client, id, 0, path);
+            fd = library.findExecutable(client, id, 0, path);
             break;
         case rfSource:
-            fd = debuginfod_find_source(client, id, 0, sourcePath, path);
+            fd = library.findSource(client, id, 0, sourcePath, path);
             break;
     }
-    if (const char* url = debuginfod_get_url(client)) transfer.url = url;
-    debuginfod_end(client);
+    if (const char* url = library.getUrl(client)) transfer.url = url;
+    library.end(client);
     return fd;
 }
 
@@ -308,6 +312,9 @@ private:
 #ifdef FF_HAVE_DEBUGINFOD
     ObjectPtr<IRemoteFile> fetchNow(remote_file_kind_t kind, const std::string& buildId,
                                     const char* sourcePath) {
+        std::string why;
+        const DebuginfodLibrary* library = debuginfodLibrary(why);
+        if (!library) return IRemoteFile::missed(("cannot load libdebuginfod: " + why).c_str());
         // Before the environment lock, always in this order.
         const FileTurn turn(std::to_string(kind) + ' ' + buildId + ' ' +
                             (sourcePath ? sourcePath : ""));
@@ -317,13 +324,13 @@ private:
         {
             std::shared_lock<std::shared_mutex> reading(environmentLock());
             if (environmentHolds(m_settings, timeout))
-                return query(kind, buildId, sourcePath, transfer);
+                return query(*library, kind, buildId, sourcePath, transfer);
         }
         // Rare (the first fetch, or sources with different settings taking turns): this
         // query runs alone, so that no other source changes the environment under it.
         std::unique_lock<std::shared_mutex> writing(environmentLock());
         setEnvironment(m_settings, timeout);
-        return query(kind, buildId, sourcePath, transfer);
+        return query(*library, kind, buildId, sourcePath, transfer);
     }
 #else
     ObjectPtr<IRemoteFile> fetchNow(remote_file_kind_t, const std::string&, const char*) {
@@ -344,7 +351,8 @@ ObjectPtr<IDebuginfodSource> IDebuginfodSource::create() {
 
 bool IDebuginfodSource::available() {
 #ifdef FF_HAVE_DEBUGINFOD
-    return true;
+    std::string why;
+    return debuginfodLibrary(why) != nullptr;
 #else
     return false;
 #endif
